@@ -1,0 +1,108 @@
+// One port-forwarding-operation: its settings, its live state and its counters.
+//
+// Calling order: construct, fill in the settings, link (the members under "Links"), then any number of Start and Stop
+// pairs, then destroy. Start and Stop block and do not run at once on one object. The object does no forwarding itself:
+// Start spawns a listener thread, and that one the threads of the sessions. Settings are written only while the operation
+// is stopped; counters and flags can be read from any thread at any time.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "engine/engine_counters.h"
+#include "engine/ip_range.h"
+#include "engine/tcp_session.h"
+#include "engine/udp_session.h"
+#include "language/text_table.h"
+#include "log/log_queue.h"
+#include "platform/shared_value.h"
+#include "platform/socket.h"
+
+/// Values of m_nProtocol: IP protocol numbers. Every other value is kept but cannot be started.
+inline constexpr int32_t kProtocolTcp = 6;
+inline constexpr int32_t kProtocolUdp = 17;
+
+/// Threads of the program that may run at once, set-up threads not counted.
+inline constexpr int32_t kMaxThreads = 1500;
+/// TCP set-up threads that may run at once in the whole program.
+inline constexpr int32_t kMaxPendingSetups = 256;
+
+class CPortForwardOp {
+  public:
+    CPortForwardOp() = default;
+    /// Stops the operation if it is started, and waits for every thread that still touches it.
+    ~CPortForwardOp();
+    CPortForwardOp(const CPortForwardOp&) = delete;
+    CPortForwardOp& operator=(const CPortForwardOp&) = delete;
+
+    /// Whether the operation runs. Blocks until the listener is ready or has failed; m_nStartError then tells why. An
+    /// operation that runs already is left as it is.
+    bool Start();
+
+    /// Ends the listener and every session, and waits until no thread of the operation is left. Always true. Takes as
+    /// long as the slowest outbound connect in progress anywhere in the program.
+    bool Stop();
+
+    /// Whether the filter lists let a client in. The address is in network byte order. Any thread.
+    bool IsClientAllowed(uint32_t dwIp) const;
+
+    // Settings: written while the operation is stopped, read by its threads
+
+    int32_t m_nProtocol = kProtocolTcp;
+    std::string m_strLocalInterface;  // as the user typed it; the engine reads m_dwLocalIp
+    uint32_t m_dwLocalIp = 0;         // network byte order; 0: all interfaces
+    uint16_t m_wLocalPort = 0;        // host byte order
+    std::string m_strRemoteHost;      // name, dotted quad or blank; resolved anew for every session
+    uint16_t m_wRemotePort = 0;       // host byte order
+    uint8_t m_bBounce = 0;            // connect to the client's own address
+    int32_t m_nMaxSessions = 100;
+    int32_t m_nUdpTimeoutMs = 60000;
+    uint8_t m_bForwardIcmp = 0;
+    uint8_t m_bFiltersEnabled = 0;
+    IpRangeList m_allowRanges;
+    IpRangeList m_blockRanges;
+
+    // Links: set once, before the first Start; what they point at outlives the operation
+
+    const SlotTable* m_pStrings = nullptr;
+    EngineCounters* m_pCounters = nullptr;
+    LogQueue* m_pLogQueue = nullptr;
+    const std::atomic<uint8_t>* m_pLoggingEnabled = nullptr;
+    const std::atomic<uint8_t>* m_pSuppressBlocked = nullptr;
+    const CSharedValue<std::string>* m_pLogFormat = nullptr;
+    const CSharedValue<std::string>* m_pDateFormat = nullptr;
+
+    // The chain of operations in the order of the file; the engine does not use it
+
+    CPortForwardOp* m_pNext = nullptr;
+
+    // State: any thread reads
+
+    std::atomic<uint8_t> m_bRunning = 0;   // started; Start sets it, the listener clears it
+    std::atomic<uint8_t> m_bStarting = 0;  // Start sets it, the listener clears it when it is ready or has failed
+    std::atomic<uint8_t> m_bStopping = 0;  // a stop, edit or delete is under way; its command sets it, Stop clears it
+    std::atomic<int32_t> m_nStartError = 0;  // the system's reason of the last failed start; 0: none
+
+    // Counters: any thread reads; the threads of the operation, and their creators, write
+
+    std::atomic<int32_t> m_nActiveSessions = 0;  // sessions now open: what the limit tests and a stop waits on
+    std::atomic<int32_t> m_nThreads = 0;         // threads of the operation; its last drop is a thread's last touch
+    std::atomic<int32_t> m_nSessions = 0;        // sessions now open, for display
+    std::atomic<int32_t> m_nTotalSessions = 0;   // since the last Start
+    std::atomic<double> m_dBytesFromClient = 0;  // since the last Start
+    std::atomic<double> m_dBytesFromServer = 0;  // since the last Start
+
+    // For the threads of the operation only
+
+    std::shared_ptr<CSocket> m_hListenSocket;  // guarded by m_csListenSocket
+    std::mutex m_csListenSocket;
+    std::atomic<uint8_t> m_bListenerStop = 0;  // the listener is to end; set by Stop
+    std::atomic<uint8_t> m_bUdpStop = 0;       // the UDP threads are to end; set by Stop
+    TcpSocketNode m_TcpSocketHead;             // guarded by m_csTcpSockets
+    std::mutex m_csTcpSockets;
+    UdpSession m_UdpSessionHead;  // guarded by m_csUdpSessions
+    std::mutex m_csUdpSessions;
+};

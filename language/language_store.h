@@ -1,0 +1,20 @@
+// Loads language texts: a zone of the table inside the executable, or a text file that the user named.
+//
+// Runs on the thread of the windows only. Failures are shown to the user and leave what was loaded so far.
+#pragma once
+
+#include <string>
+
+#include "language/text_table.h"
+
+struct AppSettings;
+
+/// Adds the texts of a zone of the table (pszZoneLabel, such as "[Zone_English]"), or of the language text file if
+/// pszFilePath is not null; a file that cannot be read is reported and the English zone loaded in its place.
+void LoadLanguageStrings(TextTable* pTable, const char* pszZoneLabel, const char* pszFilePath);
+
+/// Loads the general zone, with the names of the languages, into generalTable. Once, at start-up.
+void LoadGeneralTexts(AppSettings* pSettings);
+
+/// Makes slotTable hold the language of languageCode, and only that. A code that names no language gives English.
+void ApplyLanguage(AppSettings* pSettings);

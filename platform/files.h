@@ -1,0 +1,30 @@
+// Whole files: read in one piece, written in one piece, appended to in one piece. Paths are in the ANSI code page.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// 0, or the system's error code of the call that failed.
+using FileError = int32_t;
+
+/// Reads the whole file. *pData is complete on 0 and empty otherwise; a directory is an error.
+[[nodiscard]] FileError ReadWholeFile(const std::string& strPath, std::vector<uint8_t>* pData);
+
+/// Empties or creates the file and writes the image to it with one write. A file that cannot be opened for writing keeps
+/// what it holds.
+[[nodiscard]] FileError WriteWholeFile(const std::string& strPath, const std::vector<uint8_t>& data);
+
+/// Opens the file (creating it if it is absent, sharing it for reading and writing), writes the bytes behind its end with
+/// one write and closes it. No directory is ever created.
+[[nodiscard]] FileError AppendToFile(const std::string& strPath, std::string_view strBytes);
+
+/// The 64-bit size of a file: 0 if it does not exist, -1 if the name is that of a directory.
+int64_t FileSize(const std::string& strPath);
+
+/// The full path of the running executable; empty if the system does not tell.
+std::string ModulePath();
+
+/// The system's text for one of its error codes, of files and sockets alike, without a line end.
+std::string SystemErrorText(int32_t nError);

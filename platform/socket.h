@@ -1,0 +1,94 @@
+// A socket and the one handle behind it, the same on every system.
+//
+// CSocket owns the handle: it is closed once, by the destructor or by Close, when no other thread can still be inside a
+// call on it. A thread that wants another thread's calls to fail uses Interrupt, never Close. All calls block; IPv4 only.
+// Addresses are 32-bit values in network byte order and ports are in host byte order: the conversion to the system's
+// address record stands in the two platform halves and nowhere else.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// One end of a connection or the sender of a datagram.
+struct Endpoint {
+    uint32_t dwIp = 0;   // network byte order; 0 means every interface when it is bound to
+    uint16_t wPort = 0;  // host byte order; 0 means that the system chooses when it is bound to
+
+    bool operator==(const Endpoint&) const = default;
+};
+
+enum class SocketKind { Tcp, Udp };
+
+/// What a transfer did: the byte count, or -1 and the system's error code.
+struct [[nodiscard]] IoResult {
+    int32_t nBytes;
+    int32_t nError;  // 0 when nBytes is 0 or more
+};
+
+class CSocket {
+  public:
+    CSocket() = default;
+    ~CSocket() { Close(); }
+    CSocket(CSocket&& other) noexcept : m_hSocket(other.m_hSocket) { other.m_hSocket = kNone; }
+    CSocket& operator=(CSocket&& other) noexcept;
+    CSocket(const CSocket&) = delete;
+    CSocket& operator=(const CSocket&) = delete;
+
+    // The calls below return 0 or the system's error code (see the functions under the class).
+
+    /// Takes a new socket of the kind; what the object held is closed first.
+    [[nodiscard]] int32_t Open(SocketKind kind);
+    /// A port that was only just given up by a TCP listener can be bound again at once on every system.
+    [[nodiscard]] int32_t Bind(const Endpoint& local);
+    [[nodiscard]] int32_t Listen(int32_t nBacklog);
+    /// Blocks for the next connection. *pClient and *pPeer are set only on success.
+    [[nodiscard]] int32_t Accept(CSocket* pClient, Endpoint* pPeer);
+    [[nodiscard]] int32_t Connect(const Endpoint& remote);
+    /// The local address that Bind or Connect gave the socket.
+    [[nodiscard]] int32_t LocalEndpoint(Endpoint* pLocal) const;
+
+    /// Blocks for data. 0 bytes is the orderly end of a TCP connection or a datagram without content; a socket that was
+    /// interrupted gives 0 or -1, and may first give data that had already arrived.
+    IoResult Recv(void* pBuffer, size_t nSize);
+    IoResult RecvFrom(void* pBuffer, size_t nSize, Endpoint* pPeer);
+    /// TCP: blocks until all bytes are handed over. UDP: sends one datagram. An error that belongs to an earlier datagram
+    /// (an ICMP message that came back meanwhile) does not keep this one from being sent.
+    IoResult Send(const void* pData, size_t nSize);
+    IoResult SendTo(const void* pData, size_t nSize, const Endpoint& peer);
+
+    /// Ends the connection in both directions; its result is of no interest. The handle stays.
+    void Shutdown();
+    /// Makes the calls on this socket fail, the present and the later ones. Any thread, while the object lives. Returns
+    /// true when this one call is enough; false when the system can miss a call that was just beginning, so that the
+    /// caller must repeat until the thread concerned has gone (EndCalls does).
+    bool Interrupt();
+    void Close();
+
+    bool IsOpen() const { return m_hSocket != kNone; }
+
+  private:
+    static constexpr intptr_t kNone = -1;
+    intptr_t m_hSocket = kNone;
+};
+
+/// The code of a call on something that is no socket (any more).
+bool IsNotSocketError(int32_t nError);
+/// The code by which a datagram socket tells that an earlier datagram found no receiver.
+bool IsConnectionResetError(int32_t nError);
+/// An accept failed for want of handles or memory, or because its one connection was gone again: the listener is sound.
+bool IsTemporaryAcceptError(int32_t nError);
+
+/// Starts the process's socket layer. 0 or the system's error code. Once, before any other call here.
+[[nodiscard]] int32_t StartSocketLayer();
+
+/// Reads a numeric IPv4 address in every form that inet_addr takes (dotted, hexadecimal, octal, one to four parts).
+/// *pdwIp is in network byte order and is set only on true. 255.255.255.255 is not taken, as with inet_addr.
+bool ParseIpAddress(const std::string& strText, uint32_t* pdwIp);
+/// Asks the system's resolver for the first IPv4 address of the name. Blocks; any thread.
+bool ResolveHostName(const std::string& strHost, uint32_t* pdwIp);
+/// "a.b.c.d" of an address in network byte order.
+std::string FormatIpAddress(uint32_t dwIp);
+/// An address in network byte order as a number whose most significant byte is the address's first, and back.
+uint32_t IpToNumber(uint32_t dwIp);
+uint32_t IpFromNumber(uint32_t dwNumber);

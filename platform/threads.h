@@ -1,0 +1,52 @@
+// Threads without a handle: started with one block of parameters that moves into them, never joined.
+//
+// A start may be served from a small cache of parked threads, so that a burst of short sessions does not pay for thread
+// creation. A parked thread runs nothing of the program's and counts nowhere.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+/// Blocks the calling thread for at least this many milliseconds.
+void Sleep(uint32_t dwMilliseconds);
+
+/// What a new thread runs: pfnEntry(pfnProc, pParam).
+struct ThreadStart {
+    void (*pfnEntry)(void (*pfnProc)(), void* pParam);
+    void (*pfnProc)();
+    void* pParam;
+};
+[[nodiscard]] bool StartThread(const ThreadStart& start);
+
+/// Starts pfnProc(pParam) on a thread of its own. Any thread may call. False when the system gives no thread: the block
+/// then stays with the caller, untouched.
+template <class T>
+[[nodiscard]] bool AfxBeginThread(void (*pfnProc)(std::unique_ptr<T>), std::unique_ptr<T>&& pParam) {
+    ThreadStart start;
+    start.pfnEntry = [](void (*pfn)(), void* p) {
+        reinterpret_cast<void (*)(std::unique_ptr<T>)>(pfn)(std::unique_ptr<T>(static_cast<T*>(p)));
+    };
+    start.pfnProc = reinterpret_cast<void (*)()>(pfnProc);
+    start.pParam = pParam.get();
+    if (!StartThread(start)) return false;
+    static_cast<void>(pParam.release());
+    return true;
+}
+
+/// The same for a block that the caller keeps: it must outlive the thread.
+template <class T>
+[[nodiscard]] bool AfxBeginThread(void (*pfnProc)(T*), T* pParam) {
+    ThreadStart start;
+    start.pfnEntry = [](void (*pfn)(), void* p) { reinterpret_cast<void (*)(T*)>(pfn)(static_cast<T*>(p)); };
+    start.pfnProc = reinterpret_cast<void (*)()>(pfnProc);
+    start.pParam = pParam;
+    return StartThread(start);
+}
+
+/// Ends the parked threads and waits until they have gone. For orderly ends and for tests that count threads.
+void ReleaseParkedThreads();
+
+/// Lets this many further starts pass and makes every one after them fail, as on a system that has no thread left; -1
+/// switches that off. For tests.
+void FailThreadStartsAfter(int32_t nStarts);
