@@ -1,0 +1,12 @@
+// The main of every test program.
+#include <gmock/gmock.h>
+
+#include "platform/socket.h"
+#include "tests/support/process_end.h"
+
+int main(int argc, char** argv) {
+    testing::InitGoogleMock(&argc, argv);
+    PrepareTestProcess();
+    if (StartSocketLayer() != 0) return 98;
+    EndTestProcess(RUN_ALL_TESTS());
+}
