@@ -81,9 +81,9 @@ class CPortForwardOp {
 
     // State: any thread reads
 
-    std::atomic<uint8_t> m_bRunning = 0;   // started; Start sets it, the listener clears it
-    std::atomic<uint8_t> m_bStarting = 0;  // Start sets it, the listener clears it when it is ready or has failed
-    std::atomic<uint8_t> m_bStopping = 0;  // a stop, edit or delete is under way; its command sets it, Stop clears it
+    std::atomic<uint8_t> m_bRunning = 0;     // started; Start sets it, the listener clears it
+    std::atomic<uint8_t> m_bStarting = 0;    // Start sets it, the listener clears it when it is ready or has failed
+    std::atomic<uint8_t> m_bStopping = 0;    // a stop, edit or delete is under way; its command sets it, Stop clears it
     std::atomic<int32_t> m_nStartError = 0;  // the system's reason of the last failed start; 0: none
 
     // Counters: any thread reads; the threads of the operation, and their creators, write
@@ -97,12 +97,27 @@ class CPortForwardOp {
 
     // For the threads of the operation only
 
+    /// The listening TCP socket or the UDP socket; null before the first start. The holder keeps it open.
+    std::shared_ptr<CSocket> ListenSocket();
+    void SetListenSocket(std::shared_ptr<CSocket> hListen);
+    /// A listener could not begin: keeps the system's reason and clears both flags, m_bStarting last.
+    void FailStart(int32_t nError);
+    /// Makes both connections of every listed session fail. False if the system can have missed one (CSocket::Interrupt).
+    bool InterruptTcpSessions();
+    bool HasTcpSessions();
+
+    std::atomic<uint8_t> m_bListenerStop = 0;  // the listener ends or has ended: no session may come up any more
+    std::atomic<uint8_t> m_bUdpStop = 0;       // the UDP threads are to end; set by Stop
+    TcpSocketNode m_TcpSocketHead;             // sentinel; the links are guarded by m_csTcpSockets
+    std::mutex m_csTcpSockets;
+    UdpSession m_UdpSessionHead;  // sentinel; the links are guarded by m_csUdpSessions
+    std::mutex m_csUdpSessions;
+
+  private:
+    void InterruptListener();
+    void EndListenerWhile(const auto& condition);
+    void EndLeftThreads();
+
     std::shared_ptr<CSocket> m_hListenSocket;  // guarded by m_csListenSocket
     std::mutex m_csListenSocket;
-    std::atomic<uint8_t> m_bListenerStop = 0;  // the listener is to end; set by Stop
-    std::atomic<uint8_t> m_bUdpStop = 0;       // the UDP threads are to end; set by Stop
-    TcpSocketNode m_TcpSocketHead;             // guarded by m_csTcpSockets
-    std::mutex m_csTcpSockets;
-    UdpSession m_UdpSessionHead;  // guarded by m_csUdpSessions
-    std::mutex m_csUdpSessions;
 };

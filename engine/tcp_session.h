@@ -41,6 +41,13 @@ struct TcpRelayParams {
     TcpSocketNode* pSocketNode = nullptr;  // server side only: the session's node
 };
 
+/// Makes both connections fail and sees to it that no relay stays blocked on them. Any holder of the session.
+void EndSession(TcpSession& session);
+/// The same, by a relay that will make no further call on the sockets (or in the place of one that never ran).
+void LeaveSession(TcpSession& session);
+/// Takes the session's node out of the operation's list, if it is there.
+void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode);
+
 // Thread procedures. The creator has counted the thread (nThreads, m_nThreads and, for a set-up, nPendingSetups) before it
 // starts it; the thread takes itself off as its last touch of the operation.
 

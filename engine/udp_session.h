@@ -12,15 +12,15 @@ class CPortForwardOp;
 /// One client of a UDP operation, known by its address and port. The relay and the timer of the session hold it; the
 /// listener reaches it through the table, and only under the table's lock.
 struct UdpSession {
-    CSocket hSocket;  // connected to the remote host; closed when the last holder lets go
-    uint32_t dwClientIp = 0;                 // network byte order
-    uint16_t wClientPort = 0;                // host byte order
-    uint16_t wLocalPort = 0;                 // host byte order: the local port of hSocket, for ICMP errors
-    int32_t nTimeoutMs = 0;                  // m_nUdpTimeoutMs when the session was made
-    std::atomic<int32_t> nIdleMs = 0;        // since the last datagram in either direction, in steps of 100
-    std::atomic<uint8_t> bClosing = 0;       // set once, by the timer: the session is over
-    std::atomic<uint8_t> bRelayLeft = 0;     // set once, by the relay: it is in no call on hSocket any more
-    std::shared_ptr<UdpSession> pNext;       // the table, in order of creation; guarded by m_csUdpSessions
+    CSocket hSocket;                      // connected to the remote host; closed when the last holder lets go
+    uint32_t dwClientIp = 0;              // network byte order
+    uint16_t wClientPort = 0;             // host byte order
+    uint16_t wLocalPort = 0;              // host byte order: the local port of hSocket, for ICMP errors
+    int32_t nTimeoutMs = 0;               // m_nUdpTimeoutMs when the session was made
+    std::atomic<int32_t> nIdleMs = 0;     // since the last datagram in either direction, in steps of 100
+    std::atomic<uint8_t> bClosing = 0;    // set once, by the timer: the session is over
+    std::atomic<uint8_t> bRelayLeft = 0;  // set once, by the relay: it is in no call on hSocket any more
+    std::shared_ptr<UdpSession> pNext;    // the table, in order of creation; guarded by m_csUdpSessions
 };
 
 /// What a relay works on.
@@ -35,6 +35,11 @@ struct UdpTimerParams {
     CPortForwardOp* pOp = nullptr;
     std::shared_ptr<UdpSession> pSession;
 };
+
+/// Takes the session out of the operation's table. Its memory and socket go with its last holder.
+void RemoveSession(CPortForwardOp& op, const UdpSession& session);
+/// Takes one session out of the counts, its last act but for its threads.
+void RemoveSessionCounts(CPortForwardOp& op);
 
 // Thread procedures. The creator has counted the thread before it starts it; the thread takes itself off as its last
 // touch of the operation.

@@ -9,7 +9,11 @@
 #include <memory>
 
 /// Blocks the calling thread for at least this many milliseconds.
+#ifdef _WIN32
+extern "C" __declspec(dllimport) void __stdcall Sleep(unsigned long dwMilliseconds);  // the system's own
+#else
 void Sleep(uint32_t dwMilliseconds);
+#endif
 
 /// What a new thread runs: pfnEntry(pfnProc, pParam).
 struct ThreadStart {
@@ -43,6 +47,9 @@ template <class T>
     start.pParam = pParam;
     return StartThread(start);
 }
+
+/// The system's error code of a start that failed for want of a thread.
+int32_t ThreadStartError();
 
 /// Ends the parked threads and waits until they have gone. For orderly ends and for tests that count threads.
 void ReleaseParkedThreads();

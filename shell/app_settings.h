@@ -107,7 +107,7 @@ struct AppSettings {
     std::string logFolder;
 
     // Not saved
-    LogQueue* logQueue = nullptr;               // set before the log writer starts
+    LogQueue* logQueue = nullptr;                // set before the log writer starts
     std::atomic<uint8_t> logFlushRequested = 0;  // set by the timer's thread, cleared by the log writer
     std::atomic<uint8_t> logWriterStop = 0;      // set to 1 at the close, cleared by the log writer as it ends
     std::string modulePath;

@@ -5,4 +5,6 @@
 
 void PrepareTestProcess() {}
 
-void EndTestProcess(int nCode) { std::exit(nCode); }
+void EndTestProcess(int nCode) {
+    std::exit(nCode);
+}

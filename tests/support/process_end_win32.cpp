@@ -15,7 +15,9 @@ LONG WINAPI ReportCrash(EXCEPTION_POINTERS* pPointers) {
 
 }  // namespace
 
-void PrepareTestProcess() { SetUnhandledExceptionFilter(ReportCrash); }
+void PrepareTestProcess() {
+    SetUnhandledExceptionFilter(ReportCrash);
+}
 
 void EndTestProcess(int nCode) {
     std::fflush(nullptr);

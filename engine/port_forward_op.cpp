@@ -1,0 +1,117 @@
+#include "engine/port_forward_op.h"
+
+#include "engine/thread_count.h"
+#include "platform/threads.h"
+
+namespace {
+
+constexpr uint32_t kPollMs = 10;
+
+}  // namespace
+
+CPortForwardOp::~CPortForwardOp() {
+    if (m_bRunning != 0) Stop();
+    EndLeftThreads();
+}
+
+bool CPortForwardOp::Start() {
+    if (m_bRunning != 0) return true;
+    EndLeftThreads();
+    m_dBytesFromClient = 0;
+    m_dBytesFromServer = 0;
+    m_nTotalSessions = 0;
+    m_nStartError = 0;
+    if (m_nProtocol != kProtocolTcp && m_nProtocol != kProtocolUdp) return false;
+    m_bListenerStop = 0;
+    m_bUdpStop = 0;
+    m_bRunning = 1;
+    m_bStarting = 1;
+    AddThread(*this);
+    if (!AfxBeginThread(m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
+        FailStart(ThreadStartError());
+        RemoveThread(*this);
+    }
+    while (m_bStarting != 0) Sleep(kPollMs);
+    // A listener that failed has told so; its thread is gone in a moment.
+    while (m_bRunning == 0 && m_nThreads > 0) Sleep(kPollMs);
+    return m_bRunning != 0;
+}
+
+void CPortForwardOp::FailStart(int32_t nError) {
+    m_nStartError = nError;
+    m_bRunning = 0;
+    m_bStarting = 0;
+}
+
+bool CPortForwardOp::Stop() {
+    if (m_bRunning != 0) {
+        if (m_nProtocol == kProtocolUdp) {
+            m_bUdpStop = 1;
+            while (m_nActiveSessions > 0) Sleep(kPollMs);
+        }
+        m_bListenerStop = 1;
+        EndListenerWhile([this] { return m_nActiveSessions > 0; });
+        // The set-ups of all operations: one that is still in connect may yet open a session here.
+        if (m_nProtocol == kProtocolTcp) EndListenerWhile([this] { return m_pCounters->nPendingSetups > 0; });
+        EndListenerWhile([this] { return m_nActiveSessions > 0; });
+        EndListenerWhile([this] { return m_nThreads > 0; });
+        EndListenerWhile([this] { return m_bRunning != 0; });
+    }
+    EndLeftThreads();
+    m_bStopping = 0;
+    return true;
+}
+
+void CPortForwardOp::EndListenerWhile(const auto& condition) {
+    InterruptListener();
+    while (condition()) {
+        Sleep(kPollMs);
+        InterruptListener();
+    }
+}
+
+void CPortForwardOp::InterruptListener() {
+    const auto hListen = ListenSocket();
+    if (hListen) hListen->Interrupt();
+}
+
+std::shared_ptr<CSocket> CPortForwardOp::ListenSocket() {
+    const std::scoped_lock lock(m_csListenSocket);
+    return m_hListenSocket;
+}
+
+void CPortForwardOp::SetListenSocket(std::shared_ptr<CSocket> hListen) {
+    const std::scoped_lock lock(m_csListenSocket);
+    m_hListenSocket.swap(hListen);
+}
+
+bool CPortForwardOp::InterruptTcpSessions() {
+    const std::scoped_lock lock(m_csTcpSockets);
+    bool bFinal = true;
+    for (const TcpSocketNode* pNode = m_TcpSocketHead.pNext.get(); pNode != nullptr; pNode = pNode->pNext.get()) {
+        bFinal = pNode->pSession->Interrupt() && bFinal;
+    }
+    return bFinal;
+}
+
+bool CPortForwardOp::HasTcpSessions() {
+    const std::scoped_lock lock(m_csTcpSockets);
+    return m_TcpSocketHead.pNext != nullptr;
+}
+
+// A listener that ended by itself leaves the operation stopped while its sessions still run down. They must be gone before
+// the settings change, the operation starts again or its memory goes.
+void CPortForwardOp::EndLeftThreads() {
+    if (m_nThreads <= 0) return;
+    m_bListenerStop = 1;
+    m_bUdpStop = 1;
+    while (m_nThreads > 0) {
+        InterruptTcpSessions();
+        Sleep(kPollMs);
+    }
+}
+
+bool CPortForwardOp::IsClientAllowed(uint32_t dwIp) const {
+    if (!IsEmptyList(m_allowRanges) && !IsInRanges(m_allowRanges, dwIp)) return false;
+    return !IsInRanges(m_blockRanges, dwIp);
+}

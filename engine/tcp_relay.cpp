@@ -1,0 +1,66 @@
+#include "engine/tcp_session.h"
+
+#include "engine/port_forward_op.h"
+#include "engine/session_event.h"
+#include "engine/socket_end.h"
+#include "engine/thread_count.h"
+
+namespace {
+
+constexpr size_t kBufferBytes = 65536;
+constexpr char kTcp[] = "TCP";
+
+// Copies until one of the two connections ends or fails.
+void RelayBytes(CSocket& hFrom, CSocket& hTo, std::atomic<double>& dBytes) {
+    uint8_t buffer[kBufferBytes];
+    for (;;) {
+        const IoResult received = hFrom.Recv(buffer, sizeof buffer);
+        if (received.nBytes <= 0) return;
+        dBytes.fetch_add(received.nBytes, std::memory_order_relaxed);
+        if (hTo.Send(buffer, static_cast<size_t>(received.nBytes)).nBytes < 0) return;
+    }
+}
+
+// The server side tells of the session's end and takes it out of the counts.
+void FinishSession(CPortForwardOp& op, const Endpoint& client) {
+    RaiseSessionEvent(op, SessionEventSlot::Ended, client, kTcp);
+    op.m_pCounters->nSessions.fetch_sub(1);
+    op.m_nSessions.fetch_sub(1);
+    op.m_nActiveSessions.fetch_sub(1);
+}
+
+}  // namespace
+
+void EndSession(TcpSession& session) {
+    EndCalls([&session] { return session.Interrupt(); }, [&session] { return session.nRelays <= 0; });
+}
+
+void LeaveSession(TcpSession& session) {
+    session.nRelays.fetch_sub(1);
+    EndSession(session);
+}
+
+void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode) {
+    const std::scoped_lock lock(op.m_csTcpSockets);
+    TcpSocketNode* pPrevious = &op.m_TcpSocketHead;
+    while (pPrevious->pNext && pPrevious->pNext.get() != pNode) pPrevious = pPrevious->pNext.get();
+    // The move takes the rest of the list off the node before the node goes.
+    if (pPrevious->pNext) pPrevious->pNext = std::move(pPrevious->pNext->pNext);
+}
+
+void TcpRelayThread(std::unique_ptr<TcpRelayParams> pParams) {
+    CPortForwardOp& op = *pParams->pOp;
+    TcpSession& session = *pParams->pSession;
+    const bool bFromServer = pParams->bFromServer;
+    const Endpoint client = session.addrClient;
+    if (bFromServer) {
+        RelayBytes(session.hServer, session.hClient, op.m_dBytesFromServer);
+    } else {
+        RelayBytes(session.hClient, session.hServer, op.m_dBytesFromClient);
+    }
+    LeaveSession(session);
+    if (bFromServer) RemoveNode(op, pParams->pSocketNode);
+    pParams.reset();
+    if (bFromServer) FinishSession(op, client);
+    RemoveThread(op);
+}

@@ -1,0 +1,122 @@
+#include "engine/tcp_session.h"
+
+#include <new>
+#include <utility>
+
+#include "engine/host_text.h"
+#include "engine/port_forward_op.h"
+#include "engine/session_event.h"
+#include "engine/thread_count.h"
+#include "platform/threads.h"
+
+namespace {
+
+constexpr char kTcp[] = "TCP";
+
+// What the two relays of a session need, allocated before the first of them runs.
+struct RelayBlocks {
+    std::unique_ptr<TcpRelayParams> pFromClient;
+    std::unique_ptr<TcpRelayParams> pFromServer;
+    std::unique_ptr<TcpSocketNode> pNode;
+};
+
+// False when there is no memory.
+bool MakeBlocks(const TcpSessionRequest& request, RelayBlocks* pBlocks) try {
+    pBlocks->pFromClient = std::make_unique<TcpRelayParams>();
+    pBlocks->pFromClient->pOp = request.pOp;
+    pBlocks->pFromClient->pSession = request.pSession;
+    pBlocks->pFromServer = std::make_unique<TcpRelayParams>(*pBlocks->pFromClient);
+    pBlocks->pFromServer->bFromServer = true;
+    pBlocks->pNode = std::make_unique<TcpSocketNode>();
+    pBlocks->pNode->pSession = request.pSession;
+    pBlocks->pFromServer->pSocketNode = pBlocks->pNode.get();
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+// The address to connect to, or Unresolved. A name is looked up anew for each session.
+SessionEventSlot FindTarget(const TcpSessionRequest& request, Endpoint* pTarget) {
+    const CPortForwardOp& op = *request.pOp;
+    pTarget->wPort = op.m_wRemotePort;
+    pTarget->dwIp = request.pSession->addrClient.dwIp;
+    if (op.m_bBounce != 0 || IsBlankText(op.m_strRemoteHost)) return SessionEventSlot::Accepted;
+    return ResolveHostAddress(op.m_strRemoteHost, &pTarget->dwIp) ? SessionEventSlot::Accepted
+                                                                  : SessionEventSlot::Unresolved;
+}
+
+SessionEventSlot ConnectOut(const TcpSessionRequest& request) {
+    Endpoint target;
+    const SessionEventSlot answer = FindTarget(request, &target);
+    if (answer != SessionEventSlot::Accepted) return answer;
+    CSocket& hServer = request.pSession->hServer;
+    if (hServer.Open(SocketKind::Tcp) != 0) return SessionEventSlot::NoSocket;
+    if (hServer.Connect(target) != 0) return SessionEventSlot::NoConnection;
+    return SessionEventSlot::Accepted;
+}
+
+bool StartRelay(CPortForwardOp& op, std::unique_ptr<TcpRelayParams> pParams) {
+    AddThread(op);
+    if (AfxBeginThread(TcpRelayThread, std::move(pParams))) return true;
+    RemoveThread(op);
+    return false;
+}
+
+void AppendNode(CPortForwardOp& op, std::unique_ptr<TcpSocketNode> pNode) {
+    const std::scoped_lock lock(op.m_csTcpSockets);
+    TcpSocketNode* pLast = &op.m_TcpSocketHead;
+    while (pLast->pNext) pLast = pLast->pNext.get();
+    pLast->pNext = std::move(pNode);
+}
+
+// The client's relay runs already, and the server's could not be started: the session has to come down as if it had
+// never stood. The client's relay ends by itself.
+void TakeBackSession(CPortForwardOp& op, TcpSession& session, const TcpSocketNode* pNode) {
+    RemoveNode(op, pNode);
+    op.m_pCounters->nSessions.fetch_sub(1);
+    op.m_nSessions.fetch_sub(1);
+    op.m_nTotalSessions.fetch_sub(1);
+    op.m_nActiveSessions.fetch_sub(1);
+    LeaveSession(session);
+}
+
+// Starts the relays of a session whose connections stand. Accepted when both run.
+SessionEventSlot StartRelays(const TcpSessionRequest& request) {
+    CPortForwardOp& op = *request.pOp;
+    RelayBlocks blocks;
+    if (!MakeBlocks(request, &blocks)) return SessionEventSlot::AllocationFault;
+    if (!StartRelay(op, std::move(blocks.pFromClient))) return SessionEventSlot::TooManyThreads;
+    const TcpSocketNode* const pNode = blocks.pNode.get();
+    AppendNode(op, std::move(blocks.pNode));
+    AddSession(op);
+    if (StartRelay(op, std::move(blocks.pFromServer))) return SessionEventSlot::Accepted;
+    TakeBackSession(op, *request.pSession, pNode);
+    return SessionEventSlot::TooManyThreads;
+}
+
+void SetUpSession(const TcpSessionRequest& request) {
+    CPortForwardOp& op = *request.pOp;
+    SessionEventSlot answer = ConnectOut(request);
+    if (answer == SessionEventSlot::Accepted) answer = StartRelays(request);
+    // A stop that began meanwhile has perhaps not found the session in the list: it is ended here, without an event.
+    if (answer == SessionEventSlot::Accepted && (op.m_bStopping != 0 || op.m_bListenerStop != 0)) {
+        EndSession(*request.pSession);
+        return;
+    }
+    RaiseSessionEvent(op, answer, request.pSession->addrClient, kTcp);
+}
+
+}  // namespace
+
+bool TcpSession::Interrupt() {
+    const bool bFinal = hServer.Interrupt();
+    return hClient.Interrupt() && bFinal;
+}
+
+void TcpSessionThread(std::unique_ptr<TcpSessionRequest> pRequest) {
+    CPortForwardOp& op = *pRequest->pOp;
+    SetUpSession(*pRequest);
+    pRequest.reset();
+    op.m_pCounters->nPendingSetups.fetch_sub(1);
+    RemoveThread(op);
+}

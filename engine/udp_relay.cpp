@@ -1,0 +1,100 @@
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "engine/port_forward_op.h"
+#include "engine/session_event.h"
+#include "engine/socket_end.h"
+#include "engine/thread_count.h"
+#include "engine/udp_session.h"
+#include "platform/threads.h"
+
+namespace {
+
+constexpr size_t kBufferBytes = 65536;
+constexpr int32_t kTickMs = 100;
+constexpr uint32_t kPollMs = 10;
+constexpr char kUdp[] = "UDP";
+
+// Carries replies to the client until the session's socket ends or fails, or gives a reply without content.
+void RelayReplies(const UdpRelayParams& params, const Endpoint& client) {
+    uint8_t buffer[kBufferBytes];
+    UdpSession& session = *params.pSession;
+    for (;;) {
+        const IoResult received = session.hSocket.Recv(buffer, sizeof buffer);
+        if (received.nBytes <= 0) return;
+        params.pOp->m_dBytesFromServer.fetch_add(received.nBytes, std::memory_order_relaxed);
+        session.nIdleMs = 0;
+        if (params.hListen->SendTo(buffer, static_cast<size_t>(received.nBytes), client).nBytes < 0) return;
+    }
+}
+
+// Accepted when the timer runs. Without a timer the session cannot live.
+SessionEventSlot StartTimer(const UdpRelayParams& params) try {
+    auto pTimer = std::make_unique<UdpTimerParams>();
+    pTimer->pOp = params.pOp;
+    pTimer->pSession = params.pSession;
+    AddThread(*params.pOp);
+    if (AfxBeginThread(UdpIdleTimerThread, std::move(pTimer))) return SessionEventSlot::Accepted;
+    RemoveThread(*params.pOp);
+    return SessionEventSlot::TooManyThreads;
+} catch (const std::bad_alloc&) {
+    return SessionEventSlot::AllocationFault;
+}
+
+// The event that the session ends with: Ended, or why it had to be given up before it began.
+SessionEventSlot RunSession(const UdpRelayParams& params, const Endpoint& client) {
+    const SessionEventSlot answer = StartTimer(params);
+    if (answer != SessionEventSlot::Accepted) return answer;
+    RelayReplies(params, client);
+    params.pSession->bRelayLeft = 1;
+    // Only the timer ends a session: after an error the client's datagrams still go out, and no replies come back.
+    while (params.pSession->bClosing == 0) Sleep(kPollMs);
+    return SessionEventSlot::Ended;
+}
+
+// Whether the session is over: silence beyond the timeout, or a stop.
+bool IsOver(const CPortForwardOp& op, UdpSession& session) {
+    return int64_t{session.nIdleMs.fetch_add(kTickMs)} + kTickMs > session.nTimeoutMs || op.m_bUdpStop != 0;
+}
+
+}  // namespace
+
+void RemoveSession(CPortForwardOp& op, const UdpSession& session) {
+    std::shared_ptr<UdpSession> pRemoved;  // its end, if this was the last holder, comes behind the lock
+    const std::scoped_lock lock(op.m_csUdpSessions);
+    UdpSession* pPrevious = &op.m_UdpSessionHead;
+    while (pPrevious->pNext && pPrevious->pNext.get() != &session) pPrevious = pPrevious->pNext.get();
+    if (!pPrevious->pNext) return;
+    pRemoved = std::move(pPrevious->pNext);
+    pPrevious->pNext = std::move(pRemoved->pNext);
+}
+
+void RemoveSessionCounts(CPortForwardOp& op) {
+    op.m_nActiveSessions.fetch_sub(1);
+    op.m_pCounters->nSessions.fetch_sub(1);
+    op.m_nSessions.fetch_sub(1);
+}
+
+void UdpRelayThread(std::unique_ptr<UdpRelayParams> pParams) {
+    CPortForwardOp& op = *pParams->pOp;
+    const Endpoint client = {pParams->pSession->dwClientIp, pParams->pSession->wClientPort};
+    const SessionEventSlot end = RunSession(*pParams, client);
+    RemoveSession(op, *pParams->pSession);
+    pParams.reset();
+    RaiseSessionEvent(op, end, client, kUdp);
+    RemoveSessionCounts(op);
+    RemoveThread(op);
+}
+
+void UdpIdleTimerThread(std::unique_ptr<UdpTimerParams> pParams) {
+    CPortForwardOp& op = *pParams->pOp;
+    UdpSession& session = *pParams->pSession;
+    do {
+        Sleep(kTickMs);
+    } while (!IsOver(op, session));
+    session.bClosing = 1;
+    EndCalls([&session] { return session.hSocket.Interrupt(); }, [&session] { return session.bRelayLeft != 0; });
+    pParams.reset();
+    RemoveThread(op);
+}

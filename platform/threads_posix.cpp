@@ -1,0 +1,51 @@
+#include <pthread.h>
+#include <time.h>
+
+#include <cerrno>
+#include <memory>
+#include <new>
+
+#include "platform/threads.h"
+#include "platform/threads_system.h"
+
+namespace {
+
+// A relay keeps 64 KiB of data on its stack, and the resolver may run on a set-up thread. Pages that are never touched
+// cost nothing.
+constexpr size_t kStackBytes = size_t{1} << 20;
+
+struct ThreadBody {
+    void (*pfnBody)(void*);
+    void* pParam;
+};
+
+void* RunBody(void* pBlock) {
+    const std::unique_ptr<ThreadBody> pBody(static_cast<ThreadBody*>(pBlock));
+    pBody->pfnBody(pBody->pParam);
+    return nullptr;
+}
+
+}  // namespace
+
+void Sleep(uint32_t dwMilliseconds) {
+    timespec left = {static_cast<time_t>(dwMilliseconds / 1000), static_cast<long>(dwMilliseconds % 1000) * 1'000'000};
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
+int32_t ThreadStartError() {
+    return EAGAIN;
+}
+
+bool CreateSystemThread(void (*pfnBody)(void*), void* pParam) {
+    std::unique_ptr<ThreadBody> pBody(new (std::nothrow) ThreadBody{pfnBody, pParam});
+    pthread_attr_t attributes;
+    if (!pBody || pthread_attr_init(&attributes) != 0) return false;
+    pthread_t thread;
+    const bool bStarted = pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED) == 0 &&
+                          pthread_attr_setstacksize(&attributes, kStackBytes) == 0 &&
+                          pthread_create(&thread, &attributes, RunBody, pBody.get()) == 0;
+    pthread_attr_destroy(&attributes);
+    if (bStarted) static_cast<void>(pBody.release());
+    return bStarted;
+}
