@@ -2,11 +2,13 @@
 // that are built for Windows alone include it.
 #pragma once
 
-#ifndef WINVER
+// Windows 7 is the least that is served; the compiler's own headers may have set an older version by now.
+#undef WINVER
+#undef _WIN32_WINNT
+#undef _WIN32_IE
 #define WINVER 0x0601
 #define _WIN32_WINNT 0x0601
-#define _WIN32_IE 0x0600
-#endif
+#define _WIN32_IE 0x0800
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
 #endif
