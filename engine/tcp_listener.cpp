@@ -4,9 +4,9 @@
 
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
-#include "engine/socket_end.h"
 #include "engine/tcp_session.h"
 #include "engine/thread_count.h"
+#include "platform/socket_end.h"
 #include "platform/threads.h"
 
 namespace {

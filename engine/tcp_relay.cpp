@@ -2,8 +2,8 @@
 
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
-#include "engine/socket_end.h"
 #include "engine/thread_count.h"
+#include "platform/socket_end.h"
 
 namespace {
 

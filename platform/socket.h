@@ -57,8 +57,8 @@ class CSocket {
     IoResult Send(const void* pData, size_t nSize);
     IoResult SendTo(const void* pData, size_t nSize, const Endpoint& peer);
 
-    /// Ends the connection in both directions; its result is of no interest. The handle stays.
-    void Shutdown();
+    /// Ends a TCP connection in the sending direction only: the peer sees its orderly end.
+    void ShutdownSend();
     /// Makes the calls on this socket fail, the present and the later ones. Any thread, while the object lives. Returns
     /// true when this one call is enough; false when the system can miss a call that was just beginning, so that the
     /// caller must repeat until the thread concerned has gone (EndCalls does).

@@ -144,8 +144,8 @@ IoResult CSocket::SendTo(const void* pData, size_t nSize, const Endpoint& peer) 
     return ToResult(nBytes);
 }
 
-void CSocket::Shutdown() {
-    shutdown(Handle(m_hSocket), SHUT_RDWR);
+void CSocket::ShutdownSend() {
+    shutdown(Handle(m_hSocket), SHUT_WR);
 }
 
 bool CSocket::Interrupt() {

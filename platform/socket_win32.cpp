@@ -103,8 +103,8 @@ IoResult CSocket::SendTo(const void* pData, size_t nSize, const Endpoint& peer) 
                            reinterpret_cast<const sockaddr*>(&address), sizeof address));
 }
 
-void CSocket::Shutdown() {
-    shutdown(Handle(m_hSocket), SD_BOTH);
+void CSocket::ShutdownSend() {
+    shutdown(Handle(m_hSocket), SD_SEND);
 }
 
 bool CSocket::Interrupt() {

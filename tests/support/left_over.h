@@ -1,0 +1,11 @@
+// What a process holds, to see that a test gave everything back.
+#pragma once
+
+#include <cstdint>
+
+/// Open files and sockets (Linux) or handles (Windows) of this process.
+int32_t CountHandles();
+/// Threads of this process.
+int32_t CountThreads();
+/// Whether the heap is sound, where the system can tell.
+bool IsHeapSound();
