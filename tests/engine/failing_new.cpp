@@ -1,0 +1,30 @@
+#include "tests/engine/failing_new.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<size_t> g_nFailing = 0;
+
+}  // namespace
+
+void FailNextAllocationOf(size_t nSize) {
+    g_nFailing = nSize;
+}
+
+void* operator new(size_t nSize) {
+    size_t nFailing = nSize;
+    const bool bFail = g_nFailing.compare_exchange_strong(nFailing, 0);
+    void* const pBlock = bFail ? nullptr : std::malloc(nSize);
+    if (pBlock == nullptr) throw std::bad_alloc();
+    return pBlock;
+}
+
+void operator delete(void* pBlock) noexcept {
+    std::free(pBlock);
+}
+void operator delete(void* pBlock, size_t) noexcept {
+    std::free(pBlock);
+}
