@@ -74,7 +74,7 @@ TEST_F(TcpPath, TheLimitsOfThreadsAndSetupsAreExact) {
     CPortForwardOp& op = StartTcp(m_server.Port());
     const auto admitted = [&] {
         const size_t nBefore = Log().size();
-        CPeer::ConnectTcp(PortOf(op));
+        const CPeer client = CPeer::ConnectTcp(PortOf(op));
         return WaitForEvents(nBefore + 1)[nBefore];
     };
     m_counters.nPendingSetups += 256;

@@ -50,7 +50,7 @@ TEST_F(Threads, ParkedThreadsServeLaterStartsAndGoWhenReleased) {
     }
     EXPECT_LT(CountThreads(), nBefore + 10) << "each start made a thread of its own";
     ReleaseParkedThreads();
-    EXPECT_TRUE(WaitFor([&] { return CountThreads() == nBefore; }));
+    EXPECT_TRUE(WaitFor([&] { return CountThreads() <= nBefore; }));
 }
 
 TEST_F(Threads, AForcedFailureComesAfterTheStartsThatItLetsPass) {
