@@ -18,7 +18,6 @@ class CDialog : public CWnd {
   public:
     /// The template's resource number, and the window that is to own the dialog.
     explicit CDialog(UINT nTemplate, HWND hParent = nullptr) : m_nTemplate(nTemplate), m_hParent(hParent) {}
-    ~CDialog() override;
 
     /// Runs the dialog from its template as it stands. The result is what EndDialog was given; IDCANCEL when the window
     /// went by itself or an outer dialog of the thread ended meanwhile; -1 when the dialog could not be opened.
@@ -62,7 +61,7 @@ class CDialog : public CWnd {
     INT_PTR RunModal(const CDialogTemplate& dialogTemplate);
     bool Create(const CDialogTemplate& dialogTemplate, HWND hOwner);
     void RunLoop();
-    void ShowFirst() const;
+    void Close(HWND hOwner);
     bool IsOver() const;
     bool Initialise(HWND hWnd);
     LRESULT Dispatch(UINT nMessage, WPARAM wParam, LPARAM lParam);

@@ -34,6 +34,7 @@ class CDialogTemplate {
     struct Head {
         bool bExtended = false;
         bool bHasFont = false;
+        size_t nStyle = 0;    // where the dialog's style stands
         size_t nFont = 0;     // where the font's point size stands or would stand
         size_t nFace = 0;     // where the face's name begins, if there is a font
         size_t nHeadEnd = 0;  // behind the last byte of the head, before the alignment of the first control

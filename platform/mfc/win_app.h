@@ -24,13 +24,12 @@ class CWinApp {
     /// An icon of the executable; shared, so nobody frees it. Null when there is none.
     HICON LoadIcon(UINT nIcon) const;
 
+    /// The message loop of the primary thread, until WM_QUIT; returns its code.
+    int Run();
+
     /// What stood behind the program's name; never null.
     const char* m_lpCmdLine = "";
     const std::string m_strAppName;
-
-  private:
-    friend int RunApplication(const char* pszCommandLine);
-    static int Run();
 };
 
 /// The instance, null before it is built and without one.
