@@ -68,7 +68,7 @@ std::wstring WideFromAnsi(const std::string& strText) {
 
 bool CDialogTemplate::Load(UINT nTemplate) {
     m_bytes.clear();
-    const HRSRC hResource = FindResourceA(nullptr, MAKEINTRESOURCEA(nTemplate), MAKEINTRESOURCEA(5));  // RT_DIALOG
+    const HRSRC hResource = FindResourceA(nullptr, MAKEINTRESOURCEA(nTemplate), RT_DIALOG);
     const HGLOBAL hData = hResource ? LoadResource(nullptr, hResource) : nullptr;
     const void* pData = hData ? LockResource(hData) : nullptr;
     if (!pData) return false;

@@ -1,0 +1,16 @@
+# The Windows program's resources: `zelkor_resources` is one object that an executable takes in by linking it.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+
+set(icon ${CMAKE_CURRENT_BINARY_DIR}/zelkor.ico)
+add_custom_command(
+  OUTPUT ${icon}
+  COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/icon/make_icon.py ${icon}
+  DEPENDS icon/make_icon.py
+  VERBATIM)
+
+file(GLOB dialog_scripts CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/dialogs/*.rc)
+set_source_files_properties(
+  zelkor.rc PROPERTIES OBJECT_DEPENDS
+                       "${icon};${dialog_scripts};${CMAKE_CURRENT_SOURCE_DIR}/resource.h;${CMAKE_CURRENT_SOURCE_DIR}/version.rc;${CMAKE_CURRENT_SOURCE_DIR}/zelkor.manifest")
+add_library(zelkor_resources OBJECT zelkor.rc)
+target_include_directories(zelkor_resources PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})
