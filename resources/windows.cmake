@@ -8,9 +8,11 @@ add_custom_command(
   DEPENDS icon/make_icon.py
   VERBATIM)
 
-file(GLOB dialog_scripts CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/dialogs/*.rc)
-set_source_files_properties(
-  zelkor.rc PROPERTIES OBJECT_DEPENDS
-                       "${icon};${dialog_scripts};${CMAKE_CURRENT_SOURCE_DIR}/resource.h;${CMAKE_CURRENT_SOURCE_DIR}/version.rc;${CMAKE_CURRENT_SOURCE_DIR}/zelkor.manifest")
+file(GLOB parts CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/dialogs/*.rc)
+list(APPEND parts ${icon})
+foreach(part resource.h version.rc zelkor.manifest)
+  list(APPEND parts ${CMAKE_CURRENT_SOURCE_DIR}/${part})
+endforeach()
+set_source_files_properties(zelkor.rc PROPERTIES OBJECT_DEPENDS "${parts}")
 add_library(zelkor_resources OBJECT zelkor.rc)
 target_include_directories(zelkor_resources PRIVATE ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})

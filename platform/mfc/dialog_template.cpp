@@ -4,11 +4,11 @@
 
 namespace {
 
-// Both forms, little-endian. DLGTEMPLATE: style 4, extended style 4, count 2, x, y, cx, cy 2 each. DLGTEMPLATEEX: version
-// 2 (1), signature 2 (FFFF), help id 4, extended style 4, style 4, count 2, x, y, cx, cy 2 each. Then menu, window class
-// and title, each a zero-ended text, where menu and class may be FFFF and a number instead. Then, with DS_SETFONT, the
-// point size 2, in the extended form weight 2, italic 1 and character set 1, and the face. Controls follow at the next
-// multiple of 4.
+// Both forms, little-endian. DLGTEMPLATE: style 4, extended style 4, count 2, x, y, cx, cy 2 each. DLGTEMPLATEEX:
+// version 2 (1), signature 2 (FFFF), help id 4, extended style 4, style 4, count 2, x, y, cx, cy 2 each. Then menu,
+// window class and title, each a zero-ended text, where menu and class may be FFFF and a number instead. Then, with
+// DS_SETFONT, the point size 2, in the extended form weight 2, italic 1 and character set 1, and the face. Controls
+// follow at the next multiple of 4.
 constexpr size_t kHeadSize = 18;
 constexpr size_t kExtendedHeadSize = 26;
 constexpr size_t kStyle = 0;
