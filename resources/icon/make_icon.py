@@ -116,7 +116,7 @@ def png_image(rows):
 
 
 def bitmap_image(rows):
-    """A bitmap without file head: colours bottom up, then a mask of the transparent pixels for readers without alpha."""
+    """A bitmap without file head: colours bottom up, then a mask of transparency for readers without alpha."""
     size = len(rows)
     head = struct.pack("<IiiHHIIiiII", 40, size, 2 * size, 1, 32, 0, 0, 0, 0, 0, 0)
     colors = bytearray()
