@@ -1,0 +1,3 @@
+#include "language/language_choice.h"
+
+void ChooseLanguage(AppSettings*) {}

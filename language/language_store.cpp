@@ -1,0 +1,100 @@
+#include "language/language_store.h"
+
+#include <new>
+#include <span>
+#include <vector>
+
+#include "language/language_parser.h"
+#include "language/zones.h"
+#include "platform/code_page.h"
+#include "platform/files.h"
+#include "platform/message_box.h"
+#include "platform/resources.h"
+#include "shell/app_settings.h"
+
+namespace {
+
+void ShowFailure(const char* pszText, const char* pszCaption) {
+    Message message;
+    message.strText = pszText;
+    message.strCaption = pszCaption;
+    message.icon = MessageIcon::Error;
+    ShowMessage(message);
+}
+
+// Little-endian bytes as units, of which the last nLeftOut do not count. An odd last byte is dropped.
+bool ConvertTable(std::span<const uint8_t> bytes, size_t nLeftOut, std::string* pstrText) try {
+    std::u16string strWide(bytes.size() / 2, u'\0');
+    for (size_t n = 0; n < strWide.size(); ++n) {
+        strWide[n] = static_cast<char16_t>(bytes[2 * n] | bytes[2 * n + 1] << 8);
+    }
+    strWide.resize(strWide.size() - std::min(strWide.size(), nLeftOut));
+    return WideToAnsi(strWide, pstrText);
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+// False when the file gives no working text; the user has then been told why.
+bool ReadLanguageFile(const std::string& strPath, std::string* pstrText) {
+    if (FileSize(strPath) <= 0) {
+        ShowFailure("Language strings file is of size zero or has no size, English will be used...",
+                    "Unable to determine language strings file size");
+        return false;
+    }
+    std::vector<uint8_t> bytes;
+    if (ReadWholeFile(strPath, &bytes) != 0) {
+        ShowFailure("Unable to open language strings file, English will be used...",
+                    "Unable to open language strings file");
+        return false;
+    }
+    if (!ConvertTable(bytes, 0, pstrText)) {
+        ShowFailure(
+            "Unable to allocate the memory needed to parse the language strings buffer, English will be used...",
+            "Unable to allocate the memory for the language strings");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void LoadLanguageZone(TextTable* pTable, const char* pszZoneLabel, std::span<const uint8_t> table) {
+    std::string strText;
+    // The last unit of the table, the LF of its last line, counts as its terminator.
+    if (!ConvertTable(table, 1, &strText)) {
+        ShowFailure(
+            "Fatal: Unable to allocate the memory needed to parse the language strings buffer, English will be "
+            "used...",
+            "Unable to allocate the memory for the language strings");
+        return;
+    }
+    const size_t nStart = FindZone(strText, pszZoneLabel);
+    if (nStart != std::string::npos) ParseLanguageTexts(strText, nStart, pTable);
+}
+
+void LoadLanguageStrings(TextTable* pTable, const char* pszZoneLabel, const char* pszFilePath) {
+    std::string strText;
+    if (pszFilePath == nullptr) {
+        LoadLanguageZone(pTable, pszZoneLabel, LanguageTableResource());
+    } else if (ReadLanguageFile(pszFilePath, &strText)) {
+        ParseLanguageTexts(strText, 0, pTable);
+    } else {
+        LoadLanguageZone(pTable, kEnglishZone, LanguageTableResource());
+    }
+}
+
+void LoadGeneralTexts(AppSettings* pSettings) {
+    TextTable table;
+    LoadLanguageStrings(&table, kGeneralZone, nullptr);
+    pSettings->generalTable.Replace(std::move(table));
+}
+
+void ApplyLanguage(AppSettings* pSettings) {
+    TextTable table;
+    if (pSettings->languageCode == LANGUAGE_FILE) {
+        LoadLanguageStrings(&table, nullptr, pSettings->languageFilePath.c_str());
+    } else {
+        LoadLanguageStrings(&table, ZoneOfLanguage(pSettings->languageCode).pszLabel, nullptr);
+    }
+    pSettings->slotTable.Replace(std::move(table));
+}
