@@ -26,5 +26,4 @@ FileError LastFileError();
 
 // The system's codes for what files.cpp finds out itself.
 FileError TooLargeError();
-FileError NoMemoryError();
 FileError DiskFullError();
