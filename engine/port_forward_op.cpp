@@ -10,7 +10,8 @@ constexpr uint32_t kPollMs = 10;
 }  // namespace
 
 CPortForwardOp::~CPortForwardOp() {
-    if (m_bRunning != 0) Stop();
+    // An operation that was read from a file may hold the flag without ever having been started: it has no thread.
+    if (m_bRunning != 0 && m_nThreads > 0) Stop();
     EndLeftThreads();
 }
 

@@ -20,6 +20,9 @@ using FileError = int32_t;
 /// one write and closes it. No directory is ever created.
 [[nodiscard]] FileError AppendToFile(const std::string& strPath, std::string_view strBytes);
 
+/// The system's code for want of memory.
+FileError NoMemoryError();
+
 /// The 64-bit size of a file: 0 if it does not exist, -1 if the name is that of a directory.
 int64_t FileSize(const std::string& strPath);
 

@@ -1,0 +1,134 @@
+#include <algorithm>
+#include <memory>
+#include <new>
+
+#include "shell/app_settings.h"
+#include "store/byte_reader.h"
+#include "store/file_text.h"
+#include "store/settings_fields.h"
+#include "store/settings_format.h"
+#include "store/settings_image.h"
+
+namespace {
+
+constexpr uint32_t kSlotDateFormat = 30;
+constexpr uint32_t kSlotEntryFormat = 31;
+
+// Reads each field into the record. Values are not checked: what uses them knows their range.
+class CFieldReader {
+  public:
+    explicit CFieldReader(CByteReader* pReader) : m_pReader(pReader) {}
+
+    bool Field(uint8_t& bValue) { return m_pReader->ReadByte(&bValue); }
+    bool Field(uint16_t& wValue) { return m_pReader->ReadWord(&wValue); }
+    bool Field(uint32_t& dwValue) { return m_pReader->ReadDword(&dwValue); }
+    bool Field(int32_t& nValue) { return m_pReader->ReadInt(&nValue); }
+    bool Field(std::string& strValue) { return ReadFileText(&strValue, m_pReader); }
+    bool Address(uint32_t& dwIp) { return m_pReader->ReadAddress(&dwIp); }
+
+    bool Field(std::atomic<uint8_t>& value) {
+        uint8_t bValue = 0;
+        if (!Field(bValue)) return false;
+        value = bValue;
+        return true;
+    }
+
+    bool Field(CSharedValue<std::string>& value) {
+        std::string strValue;
+        if (!Field(strValue)) return false;
+        value.Set(std::move(strValue));
+        return true;
+    }
+
+    bool Field(WindowRect& rect) {
+        return Field(rect.left) && Field(rect.top) && Field(rect.right) && Field(rect.bottom);
+    }
+
+    bool Field(std::array<int32_t, kColumnCount>& columns) {
+        return std::all_of(columns.begin(), columns.end(), [this](int32_t& nColumn) { return Field(nColumn); });
+    }
+
+    bool Field(IpRangeList& ranges) {
+        int32_t nSize = 0;
+        if (!Field(nSize)) return false;
+        // No writer gives such a size, so that nothing behind it can be trusted either: the record counts as broken off.
+        // An operation with a guess at its filters might let in whom the user keeps out.
+        if (nSize < 0 || nSize % kRangeSize != 0 || static_cast<size_t>(nSize) > m_pReader->Left()) return false;
+        IpRangeList read(static_cast<size_t>(nSize / kRangeSize));
+        for (IpRange& range : read) {
+            if (!Address(range.dwFrom) || !Address(range.dwTo)) return false;
+        }
+        // A zero in front of a range is the mark of the end, wherever it stands.
+        const auto end = std::find_if(read.begin(), read.end(), [](const IpRange& range) { return range.dwFrom == 0; });
+        ranges.assign(read.begin(), end);
+        return true;
+    }
+
+  private:
+    CByteReader* const m_pReader;
+};
+
+// Copies each field from a second record.
+class CFieldCopier {
+  public:
+    template <class T>
+    bool Field(T& target, const T& source) {
+        target = source;
+        return true;
+    }
+    bool Field(std::atomic<uint8_t>& target, const std::atomic<uint8_t>& source) {
+        target = source.load();
+        return true;
+    }
+    bool Field(CSharedValue<std::string>& target, const CSharedValue<std::string>& source) {
+        target.Set(source.Get());
+        return true;
+    }
+};
+
+void AppendOperation(AppSettings* pSettings, std::unique_ptr<CPortForwardOp> pOp) {
+    CPortForwardOp** const ppLink =
+        pSettings->operations.empty() ? &pSettings->firstOp : &pSettings->operations.back()->m_pNext;
+    CPortForwardOp* const pAppended = pOp.get();
+    pSettings->operations.push_back(std::move(pOp));
+    *ppLink = pAppended;
+    ++pSettings->opCount;
+    if (pAppended->m_bRunning != 0) ++pSettings->runningOpCount;
+}
+
+// The count of the file is no reason to allocate: each record has to show itself first.
+bool ReadOperations(CByteReader* pReader, AppSettings* pSettings, int32_t nOperations) {
+    CFieldReader visitor(pReader);
+    for (int32_t i = 0; i < nOperations; ++i) {
+        auto pOp = std::make_unique<CPortForwardOp>();
+        if (!VisitOperation(visitor, *pOp)) return false;
+        AppendOperation(pSettings, std::move(pOp));
+    }
+    return true;
+}
+
+}  // namespace
+
+void SetDefaultSettings(AppSettings* pSettings) {
+    const AppSettings defaults;
+    CFieldCopier copier;
+    static_cast<void>(VisitFieldsAhead(copier, *pSettings, defaults));
+    static_cast<void>(VisitFieldsBehind(copier, *pSettings, defaults));
+    pSettings->logDateFormat.Set(pSettings->slotTable.Text(kSlotDateFormat));
+    pSettings->logEntryFormat.Set(pSettings->slotTable.Text(kSlotEntryFormat));
+    pSettings->firstOp = nullptr;
+    pSettings->opCount = 0;
+    pSettings->runningOpCount = 0;
+    pSettings->operations.clear();
+}
+
+bool ReadSettingsFields(CByteReader* pReader, AppSettings* pSettings, int32_t* pnOperationsTold) try {
+    CFieldReader visitor(pReader);
+    std::span<const uint8_t> reserved;
+    return pReader->ReadBytes(kReservedBytes.size(), &reserved) && visitor.Field(pSettings->languageCode) &&
+           VisitFieldsAhead(visitor, *pSettings) && visitor.Field(*pnOperationsTold) &&
+           ReadOperations(pReader, pSettings, *pnOperationsTold) && VisitFieldsBehind(visitor, *pSettings) &&
+           visitor.Field(pSettings->languageFilePath);
+} catch (const std::bad_alloc&) {
+    return false;
+}
