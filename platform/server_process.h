@@ -1,0 +1,12 @@
+// What a process without a window needs of the system: end signals and room for its sockets. Linux only.
+#pragma once
+
+#include <cstdint>
+
+/// Once, before any thread is started: SIGINT and SIGTERM wait until they are asked for, writing to a closed pipe is an
+/// error and no end, and the soft limit of open files is raised to the hard one (two sockets a session pass the usual
+/// limit of 1,024 long before the program's own limit is reached).
+void PrepareServerProcess();
+
+/// Waits for SIGINT or SIGTERM; false when this many milliseconds have passed without one.
+bool WaitForEndSignal(uint32_t dwMilliseconds);
