@@ -23,8 +23,8 @@ class CFileHandle {
     bool IsOpen() const { return m_hFile != kNone; }
     /// Borrowed: valid until the object closes it.
     intptr_t Get() const { return m_hFile; }
-    /// 0, or the system's error code: some systems tell only here that written bytes were lost. The handle is given back
-    /// in any case. Closing nothing is no error.
+    /// 0, or the system's error code: some systems tell only here that written bytes were lost. The handle is given
+    /// back in any case. Closing nothing is no error.
     [[nodiscard]] int32_t Close();
 
   private:

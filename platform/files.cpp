@@ -6,8 +6,8 @@
 
 namespace {
 
-// The files of the program are thousands of bytes long, and the largest list of operations that a user could type in is a
-// few million. An endless special file must not take the machine's memory.
+// The files of the program are thousands of bytes long, and the largest list of operations that a user could type in
+// is a few million. An endless special file must not take the machine's memory.
 constexpr size_t kMaxFileSize = size_t{64} << 20;
 constexpr size_t kReadSize = size_t{64} << 10;
 

@@ -12,12 +12,12 @@ using FileError = int32_t;
 /// Reads the whole file. *pData is complete on 0 and empty otherwise; a directory is an error.
 [[nodiscard]] FileError ReadWholeFile(const std::string& strPath, std::vector<uint8_t>* pData);
 
-/// Empties or creates the file and writes the image to it with one write. A file that cannot be opened for writing keeps
-/// what it holds.
+/// Empties or creates the file and writes the image to it with one write. A file that cannot be opened for writing
+/// keeps what it holds.
 [[nodiscard]] FileError WriteWholeFile(const std::string& strPath, const std::vector<uint8_t>& data);
 
-/// Opens the file (creating it if it is absent, sharing it for reading and writing), writes the bytes behind its end with
-/// one write and closes it. No directory is ever created.
+/// Opens the file (creating it if it is absent, sharing it for reading and writing), writes the bytes behind its end
+/// with one write and closes it. No directory is ever created.
 [[nodiscard]] FileError AppendToFile(const std::string& strPath, std::string_view strBytes);
 
 /// The system's code for want of memory.

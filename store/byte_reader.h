@@ -1,7 +1,7 @@
 // Reads the fields of a file that stands in memory as a whole, from its front to its end.
 //
-// Borrows the bytes, which must outlive it. Every call reads all of its field or nothing: a false leaves the output as it
-// was, and means that fewer bytes are left than the field needs.
+// Borrows the bytes, which must outlive it. Every call reads all of its field or nothing: a false leaves the output
+// as it was, and means that fewer bytes are left than the field needs.
 #pragma once
 
 #include <cstddef>

@@ -7,8 +7,8 @@
 class CByteReader;
 class CByteWriter;
 
-/// Takes the text up to the first NUL; all bytes of the field are passed over. False, with the output as it was, when the
-/// count is bad, when fewer bytes are left than it says, or when there is no memory for the text.
+/// Takes the text up to the first NUL; all bytes of the field are passed over. False, with the output as it was, when
+/// the count is bad, when fewer bytes are left than it says, or when there is no memory for the text.
 [[nodiscard]] bool ReadFileText(std::string* pstrText, CByteReader* pReader);
 
 /// Writes the text up to its first NUL. A text that no reader would take back is cut to the longest that one takes.

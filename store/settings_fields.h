@@ -1,9 +1,9 @@
 // The fields of the saved-settings file in their order, said once for the reader, the writer and the defaults.
 //
-// A visitor has Field for each type of a member, and Address for a value that stands in network byte order in memory and
-// in the file alike. It answers whether to go on. Several records at once are visited in step, so that Field gets the
-// same member of each. languageCode in front and languageFilePath at the end are not here: they have no default, since
-// the choice of a language may have set them before the defaults are.
+// A visitor has Field for each type of a member, and Address for a value that stands in network byte order in memory
+// and in the file alike. It answers whether to go on. Several records at once are visited in step, so that Field gets
+// the same member of each. languageCode in front and languageFilePath at the end are not here: they have no default,
+// since the choice of a language may have set them before the defaults are.
 #pragma once
 
 /// From behind languageCode up to the count of the operations.

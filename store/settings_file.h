@@ -26,8 +26,8 @@ struct SettingsFileResult {
     int32_t nOperationsTold = 0;  // what the file said; opCount holds what was read whole
 };
 
-/// Fills the record from the file, defaults first; an empty path means the file beside the executable. Shows the messages
-/// of a refusal through ShowMessage and asks for the language (ChooseLanguage) when there is no usable file.
+/// Fills the record from the file, defaults first; an empty path means the file beside the executable. Shows the
+/// messages of a refusal through ShowMessage and asks for the language (ChooseLanguage) when there is no usable file.
 SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& strPath);
 
 /// Writes the record to the file, from one image with one write; a null path means the file beside the executable. 0 or

@@ -1,7 +1,7 @@
 // The saved-settings file in figures, for its reader and its writer. docs/file-formats.md tells the layout.
 //
-// All integers are little-endian and nothing is aligned; addresses stand in network byte order. The order of the fields is
-// in settings_fields.h.
+// All integers are little-endian and nothing is aligned; addresses stand in network byte order. The order of the
+// fields is in settings_fields.h.
 #pragma once
 
 #include <array>

@@ -51,8 +51,8 @@ class CFieldReader {
     bool Field(IpRangeList& ranges) {
         int32_t nSize = 0;
         if (!Field(nSize)) return false;
-        // No writer gives such a size, so that nothing behind it can be trusted either: the record counts as broken off.
-        // An operation with a guess at its filters might let in whom the user keeps out.
+        // No writer gives such a size, so that nothing behind it can be trusted either: the record counts as broken
+        // off. An operation with a guess at its filters might let in whom the user keeps out.
         if (nSize < 0 || nSize % kRangeSize != 0 || static_cast<size_t>(nSize) > m_pReader->Left()) return false;
         IpRangeList read(static_cast<size_t>(nSize / kRangeSize));
         for (IpRange& range : read) {
