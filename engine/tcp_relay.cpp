@@ -31,13 +31,10 @@ void FinishSession(CPortForwardOp& op, const Endpoint& client) {
 
 }  // namespace
 
-void EndSession(TcpSession& session) {
-    EndCalls([&session] { return session.Interrupt(); }, [&session] { return session.nRelays <= 0; });
-}
-
 void LeaveSession(TcpSession& session) {
-    session.nRelays.fetch_sub(1);
-    EndSession(session);
+    // The first relay to leave ends both connections for the other one.
+    if (session.nRelays.fetch_sub(1) == 1) return;
+    EndCalls([&session] { return session.Interrupt(); }, [&session] { return session.nRelays <= 0; });
 }
 
 void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode) {

@@ -55,13 +55,6 @@ SessionEventSlot ConnectOut(const TcpSessionRequest& request) {
     return SessionEventSlot::Accepted;
 }
 
-bool StartRelay(CPortForwardOp& op, std::unique_ptr<TcpRelayParams> pParams) {
-    AddThread(op);
-    if (AfxBeginThread(TcpRelayThread, std::move(pParams))) return true;
-    RemoveThread(op);
-    return false;
-}
-
 void AppendNode(CPortForwardOp& op, std::unique_ptr<TcpSocketNode> pNode) {
     const std::scoped_lock lock(op.m_csTcpSockets);
     TcpSocketNode* pLast = &op.m_TcpSocketHead;
@@ -69,38 +62,32 @@ void AppendNode(CPortForwardOp& op, std::unique_ptr<TcpSocketNode> pNode) {
     pLast->pNext = std::move(pNode);
 }
 
-// The client's relay runs already, and the server's could not be started: the session has to come down as if it had
-// never stood. The client's relay ends by itself.
-void TakeBackSession(CPortForwardOp& op, TcpSession& session, const TcpSocketNode* pNode) {
-    RemoveNode(op, pNode);
-    op.m_pCounters->nSessions.fetch_sub(1);
-    op.m_nSessions.fetch_sub(1);
-    op.m_nTotalSessions.fetch_sub(1);
-    op.m_nActiveSessions.fetch_sub(1);
-    LeaveSession(session);
-}
-
-// Starts the relays of a session whose connections stand. Accepted when both run.
+// Starts the relays of a session whose connections stand. The server's relay runs on this system thread, once the set-up
+// is over.
 SessionEventSlot StartRelays(const TcpSessionRequest& request) {
     CPortForwardOp& op = *request.pOp;
     RelayBlocks blocks;
     if (!MakeBlocks(request, &blocks)) return SessionEventSlot::AllocationFault;
-    if (!StartRelay(op, std::move(blocks.pFromClient))) return SessionEventSlot::TooManyThreads;
-    const TcpSocketNode* const pNode = blocks.pNode.get();
+    AddThread(op);
+    if (!AfxBeginThread(TcpRelayThread, std::move(blocks.pFromClient))) {
+        RemoveThread(op);
+        return SessionEventSlot::TooManyThreads;
+    }
     AppendNode(op, std::move(blocks.pNode));
     AddSession(op);
-    if (StartRelay(op, std::move(blocks.pFromServer))) return SessionEventSlot::Accepted;
-    TakeBackSession(op, *request.pSession, pNode);
-    return SessionEventSlot::TooManyThreads;
+    AddThread(op);
+    AfxContinueThread(TcpRelayThread, std::move(blocks.pFromServer));
+    return SessionEventSlot::Accepted;
 }
 
 void SetUpSession(const TcpSessionRequest& request) {
     CPortForwardOp& op = *request.pOp;
     SessionEventSlot answer = ConnectOut(request);
     if (answer == SessionEventSlot::Accepted) answer = StartRelays(request);
-    // A stop that began meanwhile has perhaps not found the session in the list: it is ended here, without an event.
     if (answer == SessionEventSlot::Accepted && (op.m_bStopping != 0 || op.m_bListenerStop != 0)) {
-        EndSession(*request.pSession);
+        // A stop that began meanwhile has perhaps not found the session in the list. It ends without this event; the
+        // server's relay finds its connection dead and sees to the rest.
+        request.pSession->Interrupt();
         return;
     }
     RaiseSessionEvent(op, answer, request.pSession->addrClient, kTcp);

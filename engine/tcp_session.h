@@ -41,9 +41,8 @@ struct TcpRelayParams {
     TcpSocketNode* pSocketNode = nullptr;  // server side only: the session's node
 };
 
-/// Makes both connections fail and sees to it that no relay stays blocked on them. Any holder of the session.
-void EndSession(TcpSession& session);
-/// The same, by a relay that will make no further call on the sockets (or in the place of one that never ran).
+/// For a relay that will make no further call on the sockets: ends both connections, unless the other relay has done so,
+/// and sees to it that that one does not stay blocked.
 void LeaveSession(TcpSession& session);
 /// Takes the session's node out of the operation's list, if it is there.
 void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode);

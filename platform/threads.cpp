@@ -6,94 +6,109 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
+#include <semaphore>
+#include <utility>
+#include <vector>
 
 #include "platform/threads_system.h"
 
 namespace {
 
 // Enough for a burst of short sessions; each parked thread keeps the stack pages that it has touched.
-constexpr int32_t kMaxParked = 256;
+constexpr size_t kMaxParked = 256;
 constexpr std::chrono::seconds kParkedTime(10);
 
-// A thread that waits for its next start. It lives on the stack of that thread.
-struct ParkedThread {
-    std::condition_variable cvWake;
-    ThreadStart start = {};
-    bool bStart = false;    // `start` holds the next thing to run
-    bool bRelease = false;  // the thread is to end
-    ParkedThread* pNext = nullptr;
+// A system thread of the cache, from its first start to its end. Whoever wakes it holds it too, so that the semaphore
+// outlives the wake.
+struct CachedThread {
+    std::binary_semaphore wake{0};
+    ThreadStart start = {};  // what to run next; written before the wake, read behind it
+    bool bEnd = false;       // the same: end instead
 };
+
+// What the thread procedure that runs now asked to be continued with.
+thread_local std::optional<ThreadStart> t_next;
 
 class CThreadCache {
   public:
+    CThreadCache() { m_parked.reserve(kMaxParked); }
+
     // Gives the start to the thread that was parked last: its stack is still in the processor's cache.
     bool HandOver(const ThreadStart& start) {
-        std::unique_lock lock(m_csParked);
-        ParkedThread* pThread = m_pFirst;
-        if (pThread == nullptr) return false;
-        m_pFirst = pThread->pNext;
-        --m_nParked;
+        std::shared_ptr<CachedThread> pThread;
+        {
+            const std::scoped_lock lock(m_csParked);
+            if (m_parked.empty()) return false;
+            pThread = std::move(m_parked.back());
+            m_parked.pop_back();
+        }
         pThread->start = start;
-        pThread->bStart = true;
-        // Under the lock: the thread, and with it the condition, could be gone right behind it.
-        pThread->cvWake.notify_one();
+        pThread->wake.release();
         return true;
     }
 
-    // What every thread runs: its first start, then whatever it is handed while it is parked.
-    void Run(ThreadStart start) {
+    // What every system thread runs: its first start, and whatever it is given behind that.
+    void Run(const std::shared_ptr<CachedThread>& pThread) {
         do {
-            start.pfnEntry(start.pfnProc, start.pParam);
-        } while (Park(&start));
+            RunProcedures(pThread->start);
+        } while (Park(pThread));
     }
 
     void ReleaseAll() {
-        std::unique_lock lock(m_csParked);
-        while (m_pFirst != nullptr) {
-            ParkedThread* const pThread = m_pFirst;
-            m_pFirst = pThread->pNext;
-            --m_nParked;
-            ++m_nReleased;
-            pThread->bRelease = true;
-            pThread->cvWake.notify_one();
+        std::vector<std::shared_ptr<CachedThread>> released;
+        {
+            const std::scoped_lock lock(m_csParked);
+            released.swap(m_parked);
+            m_parked.reserve(kMaxParked);
+            m_nReleased += released.size();
         }
+        for (const auto& pThread : released) {
+            pThread->bEnd = true;
+            pThread->wake.release();
+        }
+        std::unique_lock lock(m_csParked);
         m_cvGone.wait(lock, [this] { return m_nReleased == 0; });
     }
 
   private:
-    bool Park(ParkedThread* pSelf, std::unique_lock<std::mutex>* pLock) {
-        const auto deadline = std::chrono::steady_clock::now() + kParkedTime;
-        const bool bWoken =
-            pSelf->cvWake.wait_until(*pLock, deadline, [pSelf] { return pSelf->bStart || pSelf->bRelease; });
-        if (!bWoken) Unlink(pSelf);
-        if (pSelf->bRelease && --m_nReleased == 0) m_cvGone.notify_all();
-        return pSelf->bStart;
+    static void RunProcedures(ThreadStart start) {
+        for (;;) {
+            t_next.reset();
+            start.pfnEntry(start.pfnProc, start.pParam);
+            if (!t_next) return;
+            start = *t_next;
+        }
     }
 
-    bool Park(ThreadStart* pStart) {
-        ParkedThread self;
-        std::unique_lock lock(m_csParked);
-        if (m_nParked >= kMaxParked) return false;
-        self.pNext = m_pFirst;
-        m_pFirst = &self;
-        ++m_nParked;
-        if (!Park(&self, &lock)) return false;
-        *pStart = self.start;
-        return true;
+    // False when the thread is to end.
+    bool Park(const std::shared_ptr<CachedThread>& pThread) {
+        {
+            const std::scoped_lock lock(m_csParked);
+            if (m_parked.size() >= kMaxParked) return false;
+            m_parked.push_back(pThread);
+        }
+        if (!pThread->wake.try_acquire_for(kParkedTime)) {
+            if (Unpark(pThread)) return false;
+            // Taken out of the list a moment ago: the wake is on its way.
+            pThread->wake.acquire();
+        }
+        if (!pThread->bEnd) return true;
+        const std::scoped_lock lock(m_csParked);
+        if (--m_nReleased == 0) m_cvGone.notify_all();
+        return false;
     }
 
-    void Unlink(const ParkedThread* pSelf) {
-        ParkedThread** ppLink = &m_pFirst;
-        while (*ppLink != pSelf) ppLink = &(*ppLink)->pNext;
-        *ppLink = pSelf->pNext;
-        --m_nParked;
+    // Whether it was still there.
+    bool Unpark(const std::shared_ptr<CachedThread>& pThread) {
+        const std::scoped_lock lock(m_csParked);
+        return std::erase(m_parked, pThread) != 0;
     }
 
     std::mutex m_csParked;
     std::condition_variable m_cvGone;
-    ParkedThread* m_pFirst = nullptr;  // guarded by m_csParked: the parked threads, last one first
-    int32_t m_nParked = 0;             // guarded by m_csParked
-    int32_t m_nReleased = 0;           // guarded by m_csParked: told to end, and not yet on their way
+    std::vector<std::shared_ptr<CachedThread>> m_parked;  // guarded by m_csParked; the last one was parked last
+    size_t m_nReleased = 0;                               // guarded by m_csParked: told to end, still on their way
 };
 
 // Never destroyed: parked threads may still wait in it while the process ends.
@@ -104,8 +119,18 @@ CThreadCache& Cache() {
 }
 
 void RunNewThread(void* pBlock) {
-    const std::unique_ptr<ThreadStart> pStart(static_cast<ThreadStart*>(pBlock));
-    Cache().Run(*pStart);
+    const std::unique_ptr<std::shared_ptr<CachedThread>> ppThread(static_cast<std::shared_ptr<CachedThread>*>(pBlock));
+    Cache().Run(*ppThread);
+}
+
+bool StartNewThread(const ThreadStart& start) try {
+    auto ppThread = std::make_unique<std::shared_ptr<CachedThread>>(std::make_shared<CachedThread>());
+    (*ppThread)->start = start;
+    if (!CreateSystemThread(RunNewThread, ppThread.get())) return false;
+    static_cast<void>(ppThread.release());
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 std::atomic<int32_t> g_nStartsLeft = -1;  // -1: all starts pass
@@ -121,12 +146,11 @@ bool IsStartFailureForced() {
 
 bool StartThread(const ThreadStart& start) {
     if (IsStartFailureForced()) return false;
-    if (Cache().HandOver(start)) return true;
-    std::unique_ptr<ThreadStart> pStart(new (std::nothrow) ThreadStart(start));
-    if (!pStart) return false;
-    if (!CreateSystemThread(RunNewThread, pStart.get())) return false;
-    static_cast<void>(pStart.release());
-    return true;
+    return Cache().HandOver(start) || StartNewThread(start);
+}
+
+void ContinueThread(const ThreadStart& start) {
+    t_next = start;
 }
 
 void ReleaseParkedThreads() {

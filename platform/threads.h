@@ -23,19 +23,34 @@ struct ThreadStart {
 };
 [[nodiscard]] bool StartThread(const ThreadStart& start);
 
-/// Starts pfnProc(pParam) on a thread of its own. Any thread may call. False when the system gives no thread: the block
-/// then stays with the caller, untouched.
+/// See AfxContinueThread.
+void ContinueThread(const ThreadStart& start);
+
 template <class T>
-[[nodiscard]] bool AfxBeginThread(void (*pfnProc)(std::unique_ptr<T>), std::unique_ptr<T>&& pParam) {
+ThreadStart MakeThreadStart(void (*pfnProc)(std::unique_ptr<T>), T* pParam) {
     ThreadStart start;
     start.pfnEntry = [](void (*pfn)(), void* p) {
         reinterpret_cast<void (*)(std::unique_ptr<T>)>(pfn)(std::unique_ptr<T>(static_cast<T*>(p)));
     };
     start.pfnProc = reinterpret_cast<void (*)()>(pfnProc);
-    start.pParam = pParam.get();
-    if (!StartThread(start)) return false;
+    start.pParam = pParam;
+    return start;
+}
+
+/// Starts pfnProc(pParam) on a thread of its own. Any thread may call. False when the system gives no thread: the block
+/// then stays with the caller, untouched.
+template <class T>
+[[nodiscard]] bool AfxBeginThread(void (*pfnProc)(std::unique_ptr<T>), std::unique_ptr<T>&& pParam) {
+    if (!StartThread(MakeThreadStart(pfnProc, pParam.get()))) return false;
     static_cast<void>(pParam.release());
     return true;
+}
+
+/// Starts pfnProc(pParam) as soon as the present thread procedure has returned, on the system thread that this leaves
+/// free: it cannot fail and wakes nobody. Only from a procedure that AfxBeginThread started, once in it.
+template <class T>
+void AfxContinueThread(void (*pfnProc)(std::unique_ptr<T>), std::unique_ptr<T> pParam) {
+    ContinueThread(MakeThreadStart(pfnProc, pParam.release()));
 }
 
 /// The same for a block that the caller keeps: it must outlive the thread.
