@@ -86,6 +86,13 @@ void CPortForwardOp::SetListenSocket(std::shared_ptr<CSocket> hListen) {
     m_hListenSocket.swap(hListen);
 }
 
+uint16_t CPortForwardOp::ListenPort() {
+    const auto hListen = ListenSocket();
+    Endpoint local;
+    const bool bChosen = m_wLocalPort == 0 && hListen && hListen->LocalEndpoint(&local) == 0;
+    return bChosen ? local.wPort : m_wLocalPort;
+}
+
 bool CPortForwardOp::InterruptTcpSessions() {
     const std::scoped_lock lock(m_csTcpSockets);
     bool bFinal = true;

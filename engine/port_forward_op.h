@@ -100,6 +100,8 @@ class CPortForwardOp {
     /// The listening TCP socket or the UDP socket; null before the first start. The holder keeps it open.
     std::shared_ptr<CSocket> ListenSocket();
     void SetListenSocket(std::shared_ptr<CSocket> hListen);
+    /// The port that clients reach the started operation on, in host byte order: the system chooses it for port 0.
+    uint16_t ListenPort();
     /// A listener could not begin: keeps the system's reason and clears both flags, m_bStarting last.
     void FailStart(int32_t nError);
     /// Makes both connections of every listed session fail. False if the system can have missed one (CSocket::Interrupt).

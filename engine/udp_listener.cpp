@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "engine/host_text.h"
+#include "engine/icmp_forward.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/thread_count.h"
@@ -154,14 +155,18 @@ void ReceiveDatagrams(CPortForwardOp& op) {
 }  // namespace
 
 void UdpListenerThread(CPortForwardOp* pOp) {
-    const int32_t nError = OpenSocket(*pOp);
+    CIcmpForwarder icmp(pOp);
+    int32_t nError = OpenSocket(*pOp);
+    if (nError == 0 && pOp->m_bForwardIcmp != 0) nError = icmp.Start();
     if (nError != 0) {
+        pOp->SetListenSocket(nullptr);
         pOp->FailStart(nError);
         RemoveThread(*pOp);
         return;
     }
     pOp->m_bStarting = 0;
     ReceiveDatagrams(*pOp);
+    icmp.End();
     // The sessions that are still open keep the socket for their replies.
     pOp->SetListenSocket(nullptr);
     pOp->m_bRunning = 0;

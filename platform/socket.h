@@ -18,7 +18,9 @@ struct Endpoint {
     bool operator==(const Endpoint&) const = default;
 };
 
-enum class SocketKind { Tcp, Udp };
+/// RawIcmp receives every ICMP message of the machine, with its IPv4 header, and sends ICMP messages without one. Systems
+/// want a privileged process for it.
+enum class SocketKind { Tcp, Udp, RawIcmp };
 
 /// What a transfer did: the byte count, or -1 and the system's error code.
 struct [[nodiscard]] IoResult {
@@ -47,6 +49,9 @@ class CSocket {
     [[nodiscard]] int32_t Connect(const Endpoint& remote);
     /// The local address that Bind or Connect gave the socket.
     [[nodiscard]] int32_t LocalEndpoint(Endpoint* pLocal) const;
+
+    /// The local address that the system would send from toward this one; 0 if it knows no way. Both in network byte order.
+    uint32_t LocalAddressToward(uint32_t dwIp) const;
 
     /// Blocks for data. 0 bytes is the orderly end of a TCP connection or a datagram without content; a socket that was
     /// interrupted gives 0 or -1, and may first give data that had already arrived.

@@ -30,6 +30,17 @@ int Handle(intptr_t hSocket) {
     return static_cast<int>(hSocket);
 }
 
+struct SocketType {
+    int nType;
+    int nProtocol;
+};
+
+SocketType TypeOf(SocketKind kind) {
+    if (kind == SocketKind::Tcp) return {SOCK_STREAM, IPPROTO_TCP};
+    if (kind == SocketKind::Udp) return {SOCK_DGRAM, IPPROTO_UDP};
+    return {SOCK_RAW, IPPROTO_ICMP};
+}
+
 IoResult ToResult(ssize_t nBytes) {
     if (nBytes < 0) return {-1, errno};
     return {static_cast<int32_t>(nBytes), 0};
@@ -48,9 +59,8 @@ constexpr int kSendTries = 3;
 
 int32_t CSocket::Open(SocketKind kind) {
     Close();
-    const bool bTcp = kind == SocketKind::Tcp;
-    const int hSocket =
-        socket(AF_INET, (bTcp ? SOCK_STREAM : SOCK_DGRAM) | SOCK_CLOEXEC, bTcp ? IPPROTO_TCP : IPPROTO_UDP);
+    const SocketType type = TypeOf(kind);
+    const int hSocket = socket(AF_INET, type.nType | SOCK_CLOEXEC, type.nProtocol);
     if (hSocket < 0) return errno;
     m_hSocket = hSocket;
     return 0;
@@ -97,6 +107,15 @@ int32_t CSocket::LocalEndpoint(Endpoint* pLocal) const {
     if (getsockname(Handle(m_hSocket), reinterpret_cast<sockaddr*>(&address), &nSize) != 0) return errno;
     *pLocal = FromSystemAddress(address);
     return 0;
+}
+
+uint32_t CSocket::LocalAddressToward(uint32_t dwIp) const {
+    // Connecting a datagram socket sends nothing: it only chooses the way. The port plays no part in that.
+    constexpr uint16_t kAnyPort = 9;
+    CSocket hProbe;
+    Endpoint local;
+    if (hProbe.Open(SocketKind::Udp) != 0 || hProbe.Connect({dwIp, kAnyPort}) != 0) return 0;
+    return hProbe.LocalEndpoint(&local) == 0 ? local.dwIp : 0;
 }
 
 IoResult CSocket::Recv(void* pBuffer, size_t nSize) {

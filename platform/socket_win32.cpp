@@ -26,6 +26,17 @@ int32_t LastErrorIf(bool bFailed) {
     return bFailed ? WSAGetLastError() : 0;
 }
 
+struct SocketType {
+    int nType;
+    int nProtocol;
+};
+
+SocketType TypeOf(SocketKind kind) {
+    if (kind == SocketKind::Tcp) return {SOCK_STREAM, IPPROTO_TCP};
+    if (kind == SocketKind::Udp) return {SOCK_DGRAM, IPPROTO_UDP};
+    return {SOCK_RAW, IPPROTO_ICMP};
+}
+
 IoResult ToResult(int nBytes) {
     if (nBytes < 0) return {-1, WSAGetLastError()};
     return {nBytes, 0};
@@ -35,8 +46,8 @@ IoResult ToResult(int nBytes) {
 
 int32_t CSocket::Open(SocketKind kind) {
     Close();
-    const bool bTcp = kind == SocketKind::Tcp;
-    const SOCKET hSocket = socket(AF_INET, bTcp ? SOCK_STREAM : SOCK_DGRAM, bTcp ? IPPROTO_TCP : IPPROTO_UDP);
+    const SocketType type = TypeOf(kind);
+    const SOCKET hSocket = socket(AF_INET, type.nType, type.nProtocol);
     if (hSocket == INVALID_SOCKET) return WSAGetLastError();
     // Programs that a user starts from this one must not keep its ports.
     SetHandleInformation(reinterpret_cast<HANDLE>(hSocket), HANDLE_FLAG_INHERIT, 0);
@@ -76,6 +87,15 @@ int32_t CSocket::LocalEndpoint(Endpoint* pLocal) const {
     if (getsockname(Handle(m_hSocket), reinterpret_cast<sockaddr*>(&address), &nSize) != 0) return WSAGetLastError();
     *pLocal = FromSystemAddress(address);
     return 0;
+}
+
+uint32_t CSocket::LocalAddressToward(uint32_t dwIp) const {
+    sockaddr_in peer = ToSystemAddress({dwIp, 0});
+    sockaddr_in local = {};
+    DWORD dwBytes = 0;
+    const int nResult = WSAIoctl(Handle(m_hSocket), SIO_ROUTING_INTERFACE_QUERY, &peer, sizeof peer, &local,
+                                 sizeof local, &dwBytes, nullptr, nullptr);
+    return nResult == 0 ? FromSystemAddress(local).dwIp : 0;
 }
 
 IoResult CSocket::Recv(void* pBuffer, size_t nSize) {

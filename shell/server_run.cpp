@@ -34,15 +34,10 @@ std::string ProtocolText(int32_t nProtocol) {
 }
 
 std::string Describe(CPortForwardOp* pOp) {
-    uint16_t wLocalPort = pOp->m_wLocalPort;
-    const auto hListen = pOp->ListenSocket();
-    Endpoint bound;
-    // Port 0 lets the system choose.
-    if (wLocalPort == 0 && hListen && hListen->LocalEndpoint(&bound) == 0) wLocalPort = bound.wPort;
     const bool bClient = pOp->m_bBounce != 0 || IsBlankText(pOp->m_strRemoteHost);
-    return ProtocolText(pOp->m_nProtocol) + " " + FormatIpAddress(pOp->m_dwLocalIp) + ":" + std::to_string(wLocalPort) +
-           " -> " + (bClient ? "the client's own address" : pOp->m_strRemoteHost) + ":" +
-           std::to_string(pOp->m_wRemotePort);
+    return ProtocolText(pOp->m_nProtocol) + " " + FormatIpAddress(pOp->m_dwLocalIp) + ":" +
+           std::to_string(pOp->ListenPort()) + " -> " + (bClient ? "the client's own address" : pOp->m_strRemoteHost) +
+           ":" + std::to_string(pOp->m_wRemotePort);
 }
 
 void PrintError(const std::string& strText) {
@@ -91,7 +86,8 @@ bool CServerRun::StartOperation(CPortForwardOp* pOp) {
     }
     const std::string strReason =
         pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
-    PrintError("not started: " + Describe(pOp) + ": " + strReason);
+    const char* const pszHint = pOp->m_bForwardIcmp != 0 ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
+    PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
     return false;
 }
 

@@ -25,5 +25,9 @@ void* operator new(size_t nSize) {
     return pBlock;
 }
 
-void operator delete(void* pBlock) noexcept { std::free(pBlock); }
-void operator delete(void* pBlock, size_t) noexcept { std::free(pBlock); }
+void operator delete(void* pBlock) noexcept {
+    std::free(pBlock);
+}
+void operator delete(void* pBlock, size_t) noexcept {
+    std::free(pBlock);
+}

@@ -127,7 +127,7 @@ TEST_F(TcpPath, BounceAndABlankHostConnectToTheClientItself) {
     ExpectForwards(blank);
     ExpectIdle(blank, 1);
     EXPECT_THAT(Log(), UnorderedElementsAre("Session accepted|~\\_Client_/~", "Session ended|~\\_Client_/~",
-                                   "Session accepted| \t", "Session ended| \t"));
+                                            "Session accepted| \t", "Session ended| \t"));
 }
 
 TEST_F(TcpPath, AThreadThatCannotBeCreatedGivesOneEventAndNothingIsLeft) {
@@ -156,7 +156,8 @@ TEST_F(TcpPath, AnAllocationThatFailsGivesOneEventAndNothingIsLeft) {
     ExpectIdle(op, 1);
     FailNextAllocationOf(sizeof(LogEntry));
     RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1), "TCP");
-    EXPECT_THAT(Events(), UnorderedElementsAre(kAllocationFault, kAllocationFault, kAccepted, kEnded)) << "without memory";
+    EXPECT_THAT(Events(), UnorderedElementsAre(kAllocationFault, kAllocationFault, kAccepted, kEnded))
+        << "without memory";
 }
 
 TEST_F(TcpPath, ALanguageChangeReachesTheNextEvent) {
