@@ -1,7 +1,7 @@
 // What the operation options dialog asks of its fields and does with them, without its window.
 //
-// Plain values and functions on them, for the thread of the windows: AppSettings and the settings of an operation belong
-// to that thread.
+// Plain values and functions on them, for the thread of the windows: AppSettings and the settings of an operation
+// belong to that thread.
 #pragma once
 
 #include <cstdint>

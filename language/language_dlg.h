@@ -1,8 +1,8 @@
 // The dialog in which the user picks a language, or a file with the texts of one.
 //
-// Each language stands in a row with its name and, in the language itself, what to do. The dialog only writes the choice
-// (languageCode, languageFilePath) to the settings; the texts in force stay until ApplyLanguage. Closing it by its title
-// bar chooses nothing.
+// Each language stands in a row with its name and, in the language itself, what to do. The dialog only writes the
+// choice (languageCode, languageFilePath) to the settings; the texts in force stay until ApplyLanguage. Closing it by
+// its title bar chooses nothing.
 #pragma once
 
 #include "platform/mfc/dialog.h"

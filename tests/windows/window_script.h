@@ -1,8 +1,8 @@
-// Drives the program's real dialogs and the system's own from within their modal loops, as a user does: step by step, each
-// in the window that the step expects in front.
+// Drives the program's real dialogs and the system's own from within their modal loops, as a user does: step by step,
+// each in the window that the step expects in front.
 //
-// A window that a step waits for and that does not come is reported, and everything that is open is closed: a fault shows
-// as a failure and not as a hang. One script at a time, on the thread of the windows.
+// A window that a step waits for and that does not come is reported, and everything that is open is closed: a fault
+// shows as a failure and not as a hang. One script at a time, on the thread of the windows.
 #pragma once
 
 #include <deque>
