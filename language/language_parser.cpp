@@ -12,7 +12,16 @@ namespace {
 constexpr char kEntryMark[] = "\r\n[";
 constexpr size_t kNone = std::string::npos;
 
-// Steps over two-byte characters whole: the second byte of one can look like a backslash.
+// Where a key's closing bracket stands, from nFrom on. Steps over two-byte characters whole, as ReplaceEscape does: the
+// second byte of one can look like a bracket or a backslash.
+size_t FindKeyEnd(const std::string& strText, size_t nFrom) {
+    for (size_t n = nFrom; n < strText.size(); ++n) {
+        if (strText[n] == ']') return n;
+        if (IsLeadByte(strText[n])) ++n;
+    }
+    return kNone;
+}
+
 void ReplaceEscape(std::string* pstrText, char chCode, char chNew) {
     size_t nOut = 0;
     for (size_t n = 0; n < pstrText->size(); ++n) {
@@ -77,7 +86,7 @@ void ParseLanguageTexts(const std::string& strText, size_t nStart, TextTable* pT
     size_t nMark = strText.find(kEntryMark, nStart);
     while (nMark != kNone) {
         const size_t nKey = nMark + sizeof kEntryMark - 1;
-        const size_t nKeyEnd = strText.find(']', nKey);
+        const size_t nKeyEnd = FindKeyEnd(strText, nKey);
         if (nKeyEnd == kNone) return;
         nMark = strText.find(kEntryMark, nKeyEnd + 1);
         if (!ParseEntry(strText, nKey, nKeyEnd, nMark, pTable)) return;

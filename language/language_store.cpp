@@ -1,5 +1,6 @@
 #include "language/language_store.h"
 
+#include <algorithm>
 #include <new>
 #include <span>
 #include <vector>
@@ -14,12 +15,27 @@
 
 namespace {
 
-void ShowFailure(const char* pszText, const char* pszCaption) {
+constexpr char kNoMemoryCaption[] = "Unable to allocate the memory for the language strings";
+
+void ShowFailure(const char* pszText, const char* pszCaption) try {
     Message message;
     message.strText = pszText;
     message.strCaption = pszCaption;
     message.icon = MessageIcon::Error;
     ShowMessage(message);
+} catch (const std::bad_alloc&) {
+    // Not even the message finds room. The texts stay as they are, which the user sees.
+}
+
+void ShowNoMemoryForFile() {
+    ShowFailure("Unable to allocate the memory needed to parse the language strings buffer, English will be used...",
+                kNoMemoryCaption);
+}
+
+void ShowNoMemoryForTable() {
+    ShowFailure(
+        "Fatal: Unable to allocate the memory needed to parse the language strings buffer, English will be used...",
+        kNoMemoryCaption);
 }
 
 // Little-endian bytes as units, of which the last nLeftOut do not count. An odd last byte is dropped.
@@ -42,18 +58,24 @@ bool ReadLanguageFile(const std::string& strPath, std::string* pstrText) {
         return false;
     }
     std::vector<uint8_t> bytes;
-    if (ReadWholeFile(strPath, &bytes) != 0) {
+    const FileError nError = ReadWholeFile(strPath, &bytes);
+    if (nError == NoMemoryError() || (nError == 0 && !ConvertTable(bytes, 0, pstrText))) {
+        ShowNoMemoryForFile();
+        return false;
+    }
+    if (nError != 0) {
         ShowFailure("Unable to open language strings file, English will be used...",
                     "Unable to open language strings file");
         return false;
     }
-    if (!ConvertTable(bytes, 0, pstrText)) {
-        ShowFailure(
-            "Unable to allocate the memory needed to parse the language strings buffer, English will be used...",
-            "Unable to allocate the memory for the language strings");
-        return false;
-    }
     return true;
+}
+
+// The texts in force stay when there is no room for the new ones.
+void Install(TextTable table, SlotTable* pTable) try {
+    pTable->Replace(std::move(table));
+} catch (const std::bad_alloc&) {
+    ShowNoMemoryForTable();
 }
 
 }  // namespace
@@ -62,10 +84,7 @@ void LoadLanguageZone(TextTable* pTable, const char* pszZoneLabel, std::span<con
     std::string strText;
     // The last unit of the table, the LF of its last line, counts as its terminator.
     if (!ConvertTable(table, 1, &strText)) {
-        ShowFailure(
-            "Fatal: Unable to allocate the memory needed to parse the language strings buffer, English will be "
-            "used...",
-            "Unable to allocate the memory for the language strings");
+        ShowNoMemoryForTable();
         return;
     }
     const size_t nStart = FindZone(strText, pszZoneLabel);
@@ -86,7 +105,7 @@ void LoadLanguageStrings(TextTable* pTable, const char* pszZoneLabel, const char
 void LoadGeneralTexts(AppSettings* pSettings) {
     TextTable table;
     LoadLanguageStrings(&table, kGeneralZone, nullptr);
-    pSettings->generalTable.Replace(std::move(table));
+    Install(std::move(table), &pSettings->generalTable);
 }
 
 void ApplyLanguage(AppSettings* pSettings) {
@@ -96,5 +115,5 @@ void ApplyLanguage(AppSettings* pSettings) {
     } else {
         LoadLanguageStrings(&table, ZoneOfLanguage(pSettings->languageCode).pszLabel, nullptr);
     }
-    pSettings->slotTable.Replace(std::move(table));
+    Install(std::move(table), &pSettings->slotTable);
 }

@@ -35,13 +35,6 @@ class CConverter {
     const iconv_t m_hConverter;
 };
 
-bool IsLeadingSurrogate(char16_t wUnit) {
-    return wUnit >= 0xD800 && wUnit <= 0xDBFF;
-}
-bool IsTrailingSurrogate(char16_t wUnit) {
-    return wUnit >= 0xDC00 && wUnit <= 0xDFFF;
-}
-
 // The five bytes that the code page leaves undefined stand for the control characters of the same numbers, as on Windows.
 bool IsOwnByte(char16_t wUnit) {
     return wUnit < 0x80 || wUnit == 0x81 || wUnit == 0x8D || wUnit == 0x8F || wUnit == 0x90 || wUnit == 0x9D;
@@ -54,15 +47,13 @@ bool WideToAnsi(std::u16string_view strWide, std::string* pstrAnsi) try {
     CConverter converter;
     if (!converter.IsOpen()) return false;
     pstrAnsi->reserve(strWide.size());
-    for (size_t n = 0; n < strWide.size(); ++n) {
+    for (const char16_t wUnit : strWide) {
         char chByte = kUnshowable;
-        if (IsOwnByte(strWide[n])) {
-            chByte = static_cast<char>(strWide[n]);
-        } else if (!converter.Convert(strWide[n], &chByte)) {
+        if (IsOwnByte(wUnit)) {
+            chByte = static_cast<char>(wUnit);
+        } else if (!converter.Convert(wUnit, &chByte)) {
             chByte = kUnshowable;
         }
-        // A surrogate pair is one character that the code page cannot show.
-        if (IsLeadingSurrogate(strWide[n]) && n + 1 < strWide.size() && IsTrailingSurrogate(strWide[n + 1])) ++n;
         pstrAnsi->push_back(chByte);
     }
     return true;

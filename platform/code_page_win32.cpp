@@ -10,7 +10,8 @@ bool WideToAnsi(std::u16string_view strWide, std::string* pstrAnsi) try {
     if (strWide.size() > INT_MAX) return false;
     const auto* const pWide = reinterpret_cast<const wchar_t*>(strWide.data());
     const int nWide = static_cast<int>(strWide.size());
-    const char* const pszDefault = "\xBF";
+    // The system refuses a default character for UTF-8, which needs none.
+    const char* const pszDefault = GetACP() == CP_UTF8 ? nullptr : "\xBF";
     const int nSize = WideCharToMultiByte(CP_ACP, 0, pWide, nWide, nullptr, 0, pszDefault, nullptr);
     pstrAnsi->resize(static_cast<size_t>(nSize));
     return WideCharToMultiByte(CP_ACP, 0, pWide, nWide, pstrAnsi->data(), nSize, pszDefault, nullptr) == nSize &&

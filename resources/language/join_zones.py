@@ -3,32 +3,66 @@
 
 Usage: join_zones.py OUTPUT ZONE_FILE...
 A zone file is UTF-8: the zone's label on the first line, then one entry a slot, "[number]", a tab and the text. A text
-may run over several lines, none of which begins with "[". Every zone must hold its slots once each and in order.
+may run over several lines, none of which begins with "[". Every zone must hold its slots once each and in order. The
+first fault ends the run with a message, and no table is written.
 """
 
+import pathlib
 import re
 import sys
 
-GENERAL_LABEL = "[Zone_General]"
+LABELS = {
+    "general": "[Zone_General]",
+    "english": "[Zone_English]",
+    "dutch": "[Zone_Nederlands]",
+    "german": "[Zone_Deutsch]",
+    "french": "[Zone_Francais]",
+    "spanish": "[Zone_Espanol]",
+    "portuguese": "[Zone_Portuguese]",
+    "italian": "[Zone_Italiano]",
+    "japanese": "[Zone_Japanese]",
+    "chinese": "[Zone_Chinese]",
+    "russian": "[Zone_Russian]",
+}
 GENERAL_SLOTS = 20
 LANGUAGE_SLOTS = 231
+
+# Windows turns these into "[", "\" and "]" when the code page lacks them, and the parser would take them for its own.
+LOOKALIKES = "\uff3b\uff3c\uff3d\u00a5\u20a9"
 
 
 def fail(path, line, what):
     sys.exit(f"{path}:{line}: {what}")
 
 
+def read_text(path):
+    try:
+        text = pathlib.Path(path).read_bytes().decode("utf-8")
+    except OSError as error:
+        sys.exit(f"{path}: {error.strerror}")
+    except UnicodeDecodeError as error:
+        fail(path, error.object[: error.start].count(b"\n") + 1, "not UTF-8")
+    if "\r" in text or "\0" in text or text.startswith("\ufeff"):
+        fail(path, 1, "zone files have LF line ends, no byte order mark and no zero character")
+    return text
+
+
+def check_label(path, line):
+    label = LABELS.get(pathlib.Path(path).stem)
+    if label is None:
+        fail(path, 1, "no zone has a file of this name")
+    if line != label:
+        fail(path, 1, f"the first line must be the zone's label, {label}")
+
+
 def read_zone(path):
     """The zone's lines, checked."""
-    with open(path, encoding="utf-8", newline="") as file:
-        text = file.read()
-    if "\r" in text or text.startswith("\ufeff"):
-        fail(path, 1, "zone files have LF line ends and no byte order mark")
-    lines = text.rstrip("\n").split("\n")
-    if not re.fullmatch(r"\[Zone_[A-Za-z]+\]", lines[0]):
-        fail(path, 1, "the first line must be the zone's label")
+    lines = read_text(path).rstrip("\n").split("\n")
+    check_label(path, lines[0])
     expected = 0
     for number, line in enumerate(lines[1:], start=2):
+        if any(character in line for character in LOOKALIKES):
+            fail(path, number, "a character that can turn into a bracket or a backslash")
         if not line.startswith("["):
             if expected == 0:
                 fail(path, number, "text ahead of the first slot")
@@ -39,21 +73,22 @@ def read_zone(path):
         if int(entry[1]) != expected:
             fail(path, number, f"slot {entry[1]} where slot {expected} must stand")
         expected += 1
-    slots = GENERAL_SLOTS if lines[0] == GENERAL_LABEL else LANGUAGE_SLOTS
+    slots = GENERAL_SLOTS if lines[0] == LABELS["general"] else LANGUAGE_SLOTS
     if expected != slots:
         fail(path, len(lines), f"{expected} slots instead of {slots}")
     return lines
 
 
 def main():
+    if len(sys.argv) < 3:
+        sys.exit(__doc__)
     output, *paths = sys.argv[1:]
     zones = [read_zone(path) for path in paths]
     labels = [zone[0] for zone in zones]
     if len(set(labels)) != len(labels):
         sys.exit("two files hold the same zone: " + ", ".join(labels))
     table = "\n" + "\n\n".join("\n".join(zone) for zone in zones) + "\n"
-    with open(output, "wb") as file:
-        file.write(b"\xff\xfe" + table.replace("\n", "\r\n").encode("utf-16-le"))
+    pathlib.Path(output).write_bytes(b"\xff\xfe" + table.replace("\n", "\r\n").encode("utf-16-le"))
 
 
 if __name__ == "__main__":
