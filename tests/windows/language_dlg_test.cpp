@@ -34,7 +34,10 @@ class LanguageDlgTest : public testing::Test {
         ApplyLanguage(&m_settings);
         m_settings.languageCode = kUntouched;
     }
-    ~LanguageDlgTest() override { std::filesystem::remove_all(m_folder); }
+    ~LanguageDlgTest() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_folder, ignored);
+    }
 
     /// A language text file with one slot.
     std::string LanguageFile(const std::string& strText) const {

@@ -34,7 +34,10 @@ class LongMessageDlgTest : public testing::Test {
         std::filesystem::create_directories(m_folder);
         ApplyLanguage(&m_settings);
     }
-    ~LongMessageDlgTest() override { std::filesystem::remove_all(m_folder); }
+    ~LongMessageDlgTest() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_folder, ignored);
+    }
 
     std::string File(const char* pszName) const { return (m_folder / pszName).string(); }
     void Show() { ShowLongMessage(kText, kTitle, 350, 300, &m_settings); }

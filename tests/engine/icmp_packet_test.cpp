@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
 #include <vector>
 
 #include "engine/icmp_packet.h"
-#include "tests/engine/engine_fixture.h"
 
 namespace {
 
@@ -68,34 +65,4 @@ TEST(IcmpPacket, ChecksumFoldsItsCarries) {
     EXPECT_EQ(InternetChecksum(rfcExample), static_cast<uint16_t>(~0xDDF2));
     const std::vector<uint8_t> ones(36, 0xFF);
     EXPECT_EQ(InternetChecksum(ones), 0);
-}
-
-TEST_F(EngineTest, AClosedRemotePortReachesTheClientsOwnSocket) {
-    CSocket hProbe;
-    if (hProbe.Open(SocketKind::RawIcmp) != 0) GTEST_SKIP() << "raw sockets need a privileged process";
-    hProbe.Close();
-    const uint16_t wClosed = CPeer::Udp().Port();
-    for (const bool bBounce : {false, true}) {
-        CPortForwardOp& op = MakeOp(kProtocolUdp, wClosed);
-        op.m_bForwardIcmp = 1;
-        op.m_bBounce = bBounce ? 1 : 0;
-        ASSERT_TRUE(op.Start()) << op.m_nStartError;
-        EXPECT_EQ(op.m_nThreads, 2);
-        CPeer client = CPeer::ConnectUdp(PortOf(op));
-        std::atomic<bool> bTold = false;
-        // The error can come back ahead of the record of its session, so that the first one finds nobody to tell.
-        std::thread sender([&] {
-            WaitFor([&] {
-                static_cast<void>(client.m_hSocket.Send("into the void", 13));
-                return bTold.load();
-            });
-        });
-        char ch;
-        const IoResult received = client.m_hSocket.Recv(&ch, 1);
-        bTold = true;
-        sender.join();
-        EXPECT_EQ(received.nBytes, -1);
-        EXPECT_TRUE(IsConnectionResetError(received.nError)) << received.nError;
-        ExpectStopped(op);
-    }
 }
