@@ -1,0 +1,219 @@
+#include "dialogs/pfo_options_dlg.h"
+
+#include <utility>
+
+#include "dialogs/long_message_dlg.h"
+#include "platform/interfaces.h"
+#include "platform/mfc/dialog_font.h"
+#include "platform/mfc/wait_cursor.h"
+#include "platform/socket.h"
+#include "resources/private_messages.h"
+#include "resources/resource.h"
+#include "shell/app_settings.h"
+
+namespace {
+
+constexpr struct {
+    int nId;
+    uint32_t nSlot;
+} kCaptions[] = {
+    {IDC_PFO_LISTEN_GROUP, 175},
+    {IDC_PFO_FORWARD_GROUP, 176},
+    {IDC_PFO_LOCAL_PORT_LABEL, 177},
+    {IDC_PFO_LOCAL_INTERFACE_LABEL, 178},
+    {IDC_PFO_REMOTE_PORT_LABEL, 179},
+    {IDC_PFO_REMOTE_HOST_LABEL, 180},
+    {IDC_PFO_BOUNCE, 181},
+    {IDC_PFO_PROTOCOL_LABEL, 182},
+    {IDC_PFO_MAX_SESSIONS_LABEL, 183},
+    {IDC_PFO_UDP_TIMEOUT_LABEL, 184},
+    {IDC_PFO_REFRESH, 185},
+    {IDC_PFO_FORWARD_ICMP, 186},
+    {IDC_PFO_FILTERING, 187},
+    {IDOK, 15},
+    {IDCANCEL, 16},
+};
+
+constexpr uint32_t kSlotInvalidInput = 29;
+constexpr uint32_t kSlotTitle = 174;
+constexpr uint32_t kSlotCloseSessions = 192;
+constexpr uint32_t kSlotCloseSessionsTitle = 193;
+constexpr uint32_t kSlotMaxSessionsInfo = 194;
+constexpr uint32_t kSlotMaxSessionsInfoTitle = 195;
+constexpr uint32_t kSlotUdpTimeoutInfo = 196;
+constexpr uint32_t kSlotUdpTimeoutInfoTitle = 197;
+
+// Pixels
+constexpr int kInfoWidth = 350;
+constexpr int kInfoHeight = 300;
+
+int ControlOf(PfoField field) {
+    switch (field) {
+        case PfoField::MaxSessions:
+            return IDC_PFO_MAX_SESSIONS;
+        case PfoField::UdpTimeout:
+            return IDC_PFO_UDP_TIMEOUT;
+        case PfoField::LocalPort:
+            return IDC_PFO_LOCAL_PORT;
+        case PfoField::RemotePort:
+            return IDC_PFO_REMOTE_PORT;
+        case PfoField::LocalInterface:
+            return IDC_PFO_LOCAL_INTERFACE;
+        case PfoField::RemoteHost:
+            return IDC_PFO_REMOTE_HOST;
+        case PfoField::None:
+            break;
+    }
+    return 0;
+}
+
+PfoFilters FiltersOf(const CPortForwardOp& operation) {
+    return {operation.m_allowRanges, operation.m_blockRanges, operation.m_bFiltersEnabled != 0};
+}
+
+}  // namespace
+
+CPfoOptionsDlg::CPfoOptionsDlg(AppSettings* pSettings, bool bNewOperation, CPortForwardOp* pOperation,
+                               CPortForwardOp* pEdited)
+    : CDialog(IDD_PFO_OPTIONS),
+      m_pSettings(pSettings),
+      m_bNewOperation(bNewOperation),
+      m_pOperation(pOperation),
+      m_pEdited(pEdited) {}
+
+INT_PTR CPfoOptionsDlg::DoModal() {
+    return OpenDialogFont(this, m_pSettings->languageCode);
+}
+
+void CPfoOptionsDlg::DoDataExchange() {
+    SetCaptions();
+    FillInterfaces();
+    m_filters = m_bNewOperation ? PfoFilters() : FiltersOf(*m_pOperation);
+    ShowFields(m_bNewOperation ? LastUsedFields(*m_pSettings) : FieldsOf(*m_pOperation));
+    EnableFields();
+}
+
+void CPfoOptionsDlg::SetCaptions() const {
+    const auto texts = m_pSettings->slotTable.Snapshot();
+    SetWindowText(texts->Text(kSlotTitle));
+    for (const auto& [nId, nSlot] : kCaptions) SetDlgItemText(nId, texts->Text(nSlot));
+}
+
+void CPfoOptionsDlg::FillInterfaces() const {
+    const CWnd list = GetDlgItem(IDC_PFO_LOCAL_INTERFACE);
+    const std::string strTyped = list.GetWindowText();
+    list.SendMessage(CB_RESETCONTENT);
+    list.SetWindowText(strTyped);
+    for (const uint32_t dwIp : LocalAddresses()) {
+        const std::string strAddress = FormatIpAddress(dwIp);
+        list.SendMessage(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(strAddress.c_str()));
+    }
+}
+
+void CPfoOptionsDlg::ShowFields(const PfoFields& fields) const {
+    SetDlgItemUInt(IDC_PFO_LOCAL_PORT, static_cast<uint32_t>(fields.nLocalPort));
+    SetDlgItemUInt(IDC_PFO_REMOTE_PORT, static_cast<uint32_t>(fields.nRemotePort));
+    SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, fields.strLocalInterface);
+    SetDlgItemText(IDC_PFO_REMOTE_HOST, fields.strRemoteHost);
+    CheckDlgButton(IDC_PFO_BOUNCE, fields.bBounce);
+    SetDlgItemInt(IDC_PFO_MAX_SESSIONS, fields.nMaxSessions);
+    SetDlgItemInt(IDC_PFO_UDP_TIMEOUT, fields.nUdpTimeoutMs);
+    CheckDlgButton(IDC_PFO_FORWARD_ICMP, fields.bForwardIcmp);
+    CheckDlgButton(IDC_PFO_UDP, fields.nProtocol == kProtocolUdp);
+    CheckDlgButton(IDC_PFO_TCP, fields.nProtocol == kProtocolTcp);
+}
+
+PfoFields CPfoOptionsDlg::ReadFields() const {
+    PfoFields fields;
+    fields.nMaxSessions = GetDlgItemInt(IDC_PFO_MAX_SESSIONS);
+    fields.nUdpTimeoutMs = GetDlgItemInt(IDC_PFO_UDP_TIMEOUT);
+    fields.nLocalPort = GetDlgItemInt(IDC_PFO_LOCAL_PORT);
+    fields.nRemotePort = GetDlgItemInt(IDC_PFO_REMOTE_PORT);
+    fields.strLocalInterface = GetDlgItemText(IDC_PFO_LOCAL_INTERFACE);
+    fields.strRemoteHost = GetDlgItemText(IDC_PFO_REMOTE_HOST);
+    if (IsDlgButtonChecked(IDC_PFO_UDP)) fields.nProtocol = kProtocolUdp;
+    if (IsDlgButtonChecked(IDC_PFO_TCP)) fields.nProtocol = kProtocolTcp;
+    fields.bBounce = IsDlgButtonChecked(IDC_PFO_BOUNCE);
+    fields.bForwardIcmp = IsDlgButtonChecked(IDC_PFO_FORWARD_ICMP);
+    return fields;
+}
+
+void CPfoOptionsDlg::EnableFields() const {
+    const bool bUdp = IsDlgButtonChecked(IDC_PFO_UDP);
+    GetDlgItem(IDC_PFO_UDP_TIMEOUT).EnableWindow(bUdp);
+    GetDlgItem(IDC_PFO_FORWARD_ICMP).EnableWindow(bUdp);
+    GetDlgItem(IDC_PFO_REMOTE_HOST).EnableWindow(!IsDlgButtonChecked(IDC_PFO_BOUNCE));
+    // The filters have no dialog yet.
+    GetDlgItem(IDC_PFO_FILTERING).EnableWindow(false);
+}
+
+bool CPfoOptionsDlg::OnCommand(int nId, int nCode) {
+    // Only what the user types counts: a choice from the list and a text set by the program tell themselves otherwise.
+    if (nId == IDC_PFO_LOCAL_INTERFACE && nCode == CBN_EDITCHANGE) {
+        if (IsIcmpPhrase(GetDlgItemText(nId))) GetDlgItem(IDC_PFO_FORWARD_ICMP).ShowWindow(SW_SHOW);
+        return true;
+    }
+    return nCode == BN_CLICKED && OnClicked(nId);
+}
+
+bool CPfoOptionsDlg::OnClicked(int nId) {
+    switch (nId) {
+        case IDC_PFO_BOUNCE:
+        case IDC_PFO_TCP:
+        case IDC_PFO_UDP:
+            EnableFields();
+            return true;
+        case IDC_PFO_REFRESH:
+            FillInterfaces();
+            return true;
+        case IDC_PFO_MAX_SESSIONS_INFO:
+            ShowInformation(kSlotMaxSessionsInfo, kSlotMaxSessionsInfoTitle);
+            return true;
+        case IDC_PFO_UDP_TIMEOUT_INFO:
+            ShowInformation(kSlotUdpTimeoutInfo, kSlotUdpTimeoutInfoTitle);
+            return true;
+        default:
+            return false;
+    }
+}
+
+void CPfoOptionsDlg::ShowInformation(uint32_t nSlot, uint32_t nTitleSlot) const {
+    const SlotTable& texts = m_pSettings->slotTable;
+    ShowLongMessage(texts.Text(nSlot), texts.Text(nTitleSlot), kInfoWidth, kInfoHeight, m_pSettings);
+}
+
+void CPfoOptionsDlg::OnOK() {
+    const PfoFields fields = ReadFields();
+    uint32_t dwLocalIp = 0;
+    PfoRefusal refusal = CheckNumbers(fields);
+    if (refusal.field == PfoField::None) {
+        const CWaitCursor wait;
+        refusal = ResolveHosts(fields, *m_pSettings->slotTable.Snapshot(), &dwLocalIp);
+    }
+    if (refusal.field != PfoField::None) {
+        Refuse(refusal);
+        return;
+    }
+    if (!MayCloseSessions()) return;
+    StoreFields(fields, dwLocalIp, std::move(m_filters), m_bNewOperation ? m_pOperation : m_pEdited);
+    StoreLastUsed(fields, m_pSettings);
+    EndDialog(IDOK);
+}
+
+void CPfoOptionsDlg::Refuse(const PfoRefusal& refusal) const {
+    const SlotTable& texts = m_pSettings->slotTable;
+    if (refusal.nSlot != 0) MessageBox(texts.Text(refusal.nSlot), texts.Text(kSlotInvalidInput), MB_ICONERROR);
+    SelectDlgItemText(ControlOf(refusal.field));
+}
+
+bool CPfoOptionsDlg::MayCloseSessions() const {
+    if (m_pOperation->m_nSessions <= 0) return true;
+    const SlotTable& texts = m_pSettings->slotTable;
+    return MessageBox(texts.Text(kSlotCloseSessions), texts.Text(kSlotCloseSessionsTitle),
+                      MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+LRESULT CPfoOptionsDlg::DefWindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam) {
+    if (nMessage != WM_SAVE_SETTINGS) return CDialog::DefWindowProc(nMessage, wParam, lParam);
+    return CWnd(GetParent()).SendMessage(WM_SAVE_SETTINGS);
+}
