@@ -1,3 +1,9 @@
 #include "language/language_choice.h"
 
-void ChooseLanguage(AppSettings*) {}
+#include "language/language_dlg.h"
+#include "language/language_store.h"
+
+void ChooseLanguage(AppSettings* pSettings) {
+    CLanguageDlg(pSettings).DoModal();
+    ApplyLanguage(pSettings);
+}
