@@ -204,6 +204,11 @@ void CPfoOptionsDlg::Refuse(const PfoRefusal& refusal) const {
     const SlotTable& texts = m_pSettings->slotTable;
     if (refusal.nSlot != 0) MessageBox(texts.Text(refusal.nSlot), texts.Text(kSlotInvalidInput), MB_ICONERROR);
     SelectDlgItemText(ControlOf(refusal.field));
+    if (refusal.field != PfoField::LocalInterface) return;
+    // The combo box does not hand these on to its edit field, and selects by itself only when the focus comes to it.
+    const CWnd edit(::FindWindowExA(GetDlgItem(IDC_PFO_LOCAL_INTERFACE).GetSafeHwnd(), nullptr, "Edit", nullptr));
+    edit.SendMessage(EM_SETSEL, 0, -1);
+    edit.SendMessage(EM_SCROLLCARET);
 }
 
 bool CPfoOptionsDlg::MayCloseSessions() const {

@@ -35,7 +35,8 @@ INT_PTR CFileDialog::DoModal() {
     record.nMaxFile = static_cast<DWORD>(path.size());
     record.lpstrInitialDir = m_options.strFolder.empty() ? nullptr : m_options.strFolder.c_str();
     record.lpstrDefExt = m_options.strDefaultExtension.c_str() + nDot;
-    record.Flags = m_options.dwFlags | OFN_EXPLORER | OFN_ENABLESIZING;
+    // The working folder stays: relative paths, such as the log file's, go on meaning what they meant.
+    record.Flags = m_options.dwFlags | OFN_EXPLORER | OFN_ENABLESIZING | OFN_NOCHANGEDIR;
     const BOOL bChosen = m_options.bOpen ? GetOpenFileNameA(&record) : GetSaveFileNameA(&record);
     if (!bChosen) return IDCANCEL;
     m_strPathName = path.data();

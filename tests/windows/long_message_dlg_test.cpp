@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,7 @@ namespace {
 
 constexpr char kTitle[] = "Title of the text";
 constexpr char kSaveTitle[] = "Save As";
+constexpr char kOverwriteTitle[] = "Error";  // in Wine the question has the caption of a message box without one
 constexpr char kText[] = "First line\r\n\r\nLast line";
 
 std::string FileText(const std::filesystem::path& path) {
@@ -33,6 +36,7 @@ class LongMessageDlgTest : public testing::Test {
     }
     ~LongMessageDlgTest() override { std::filesystem::remove_all(m_folder); }
 
+    std::string File(const char* pszName) const { return (m_folder / pszName).string(); }
     void Show() { ShowLongMessage(kText, kTitle, 350, 300, &m_settings); }
 
     const std::filesystem::path m_folder;
@@ -75,15 +79,21 @@ TEST_F(LongMessageDlgTest, SavesAsOftenAsAskedAndStaysOpen) {
         script.In(kTitle, [](const CWnd& dialog) { Press(dialog, IDC_LONG_SAVE); });
         script.ChooseFile(kSaveTitle, strPath);
     };
-    save((m_folder / "first").string());
-    save((m_folder / "second.txt").string());
+    save(File("first"));
+    save(File("second.txt"));
     save("");
-    save((m_folder / "folder.txt").string());
+    // Asked before it is overwritten; that it cannot be is not told, and the dialog stays.
+    std::ofstream(m_folder / "locked.txt") << "old";
+    const std::unique_ptr<void, decltype(&::CloseHandle)> hLock(
+        ::CreateFileA(File("locked.txt").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr),
+        ::CloseHandle);
+    save(File("locked.txt"));
+    script.In(kOverwriteTitle, [](const CWnd& question) { Press(question, IDYES); });
     script.In(kTitle, [](const CWnd& dialog) { Press(dialog, IDC_LONG_CONTINUE); });
-    std::filesystem::create_directories(m_folder / "folder.txt");
     Show();
     EXPECT_EQ(FileText(m_folder / "first.txt"), kText);
     EXPECT_EQ(FileText(m_folder / "second.txt"), kText);
+    EXPECT_EQ(FileText(m_folder / "locked.txt"), "old");
 }
 
 }  // namespace

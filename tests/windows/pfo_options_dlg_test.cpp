@@ -48,10 +48,14 @@ class PfoOptionsDlgTest : public testing::Test {
         dialog.SetDlgItemText(IDC_PFO_REMOTE_HOST, "127.0.0.1");
     }
 
+    static HWND EditField(const CWnd& dialog, int nId) {
+        const CWnd field(::GetDlgItem(dialog.GetSafeHwnd(), nId));
+        return nId == IDC_PFO_LOCAL_INTERFACE ? EditOf(field) : field.GetSafeHwnd();
+    }
+
     /// The field has the focus and all of its text is selected.
     static void ExpectSelected(const CWnd& dialog, int nId) {
-        CWnd field(::GetDlgItem(dialog.GetSafeHwnd(), nId));
-        const CWnd edit(nId == IDC_PFO_LOCAL_INTERFACE ? EditOf(field) : field.GetSafeHwnd());
+        const CWnd edit(EditField(dialog, nId));
         EXPECT_EQ(::GetFocus(), edit.GetSafeHwnd()) << nId;
         DWORD dwFrom = 99;
         DWORD dwTo = 99;
@@ -60,10 +64,15 @@ class PfoOptionsDlgTest : public testing::Test {
         EXPECT_EQ(dwTo, edit.GetWindowText().size()) << nId;
     }
 
-    /// Presses Okay, expects the message, then the field; mends the field.
+    /// Presses Enter in the field, expects the message and the field's selection; mends the field.
     void Refusal(CWindowScript* pScript, const std::string& strCaption, const std::string& strText, int nField,
                  const std::string& strMended) {
-        pScript->In(kTitle, [](const CWnd& dialog) { Press(dialog, IDOK); });
+        pScript->In(kTitle, [nField](const CWnd& dialog) {
+            const CWnd edit(EditField(dialog, nField));
+            edit.SetFocus();
+            edit.SendMessage(EM_SETSEL, 0, 0);
+            edit.PostMessage(WM_KEYDOWN, VK_RETURN, 0x001C0001);
+        });
         pScript->Answer(strCaption, strText, IDOK);
         pScript->In(kTitle, [nField, strMended](const CWnd& dialog) {
             ExpectSelected(dialog, nField);
