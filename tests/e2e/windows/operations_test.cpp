@@ -82,7 +82,8 @@ TEST_F(OperationsTest, DataRateFollowsTheTraffic) {
     CEchoClient client(SocketKind::Tcp, tcp.wLocalPort);
     EXPECT_TRUE(m_program.WaitFor([&] {
         EXPECT_EQ(client.Echo("0123456789"), "0123456789");
-        return m_main.Text(IDC_MAIN_CLIENT_RATE).ends_with(" Kbps") && m_main.Text(IDC_MAIN_SERVER_RATE).ends_with(" Kbps");
+        return m_main.Text(IDC_MAIN_CLIENT_RATE).ends_with(" Kbps") &&
+               m_main.Text(IDC_MAIN_SERVER_RATE).ends_with(" Kbps");
     })) << m_main.Text(IDC_MAIN_CLIENT_RATE);
     Stop(0);
     ExpectValue(IDC_MAIN_CLIENT_RATE, "0 bps");

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "tests/e2e/windows/e2e_fixture.h"
+#include "tests/support/left_over.h"
 
 namespace {
 
@@ -12,11 +13,12 @@ constexpr int kCommands = 10000;
 constexpr unsigned kSeed = 20070125;
 constexpr int kWarmUp = 10;  // the first tenth brings in what the system loads once
 constexpr int kMostRows = 8;
-constexpr DWORD kHandleSlack = 8;  // threads that are parked for the next start come and go
+constexpr int32_t kHandleSlack = 8;  // threads that are parked for the next start come and go
 
 unsigned FromEnvironment(const char* pszName, unsigned nElse) {
     char szValue[32] = "";
-    return GetEnvironmentVariableA(pszName, szValue, sizeof szValue) ? static_cast<unsigned>(std::stoul(szValue)) : nElse;
+    return GetEnvironmentVariableA(pszName, szValue, sizeof szValue) ? static_cast<unsigned>(std::stoul(szValue))
+                                                                     : nElse;
 }
 
 class RandomCommandsTest : public E2eTest {
@@ -39,9 +41,9 @@ class RandomCommandsTest : public E2eTest {
         const int nRows = List().Count();
         if (nRows < 2) return ID_PFO_NEW;
         if (nRows >= kMostRows) return ID_PFO_DELETE;
-        static constexpr int kAll[] = {
-            ID_PFO_START,     ID_PFO_START, ID_PFO_START, ID_PFO_STOP, ID_PFO_STOP,   ID_PFO_STOP,
-            ID_PFO_START_ALL, ID_PFO_EDIT,  ID_PFO_EDIT,  ID_PFO_NEW,  ID_PFO_DELETE, ID_PFO_STOP_ALL};
+        static constexpr int kAll[] = {ID_PFO_START, ID_PFO_START, ID_PFO_START,     ID_PFO_STOP,
+                                       ID_PFO_STOP,  ID_PFO_STOP,  ID_PFO_START_ALL, ID_PFO_EDIT,
+                                       ID_PFO_EDIT,  ID_PFO_NEW,   ID_PFO_DELETE,    ID_PFO_STOP_ALL};
         return OneIn(200) ? ID_LANGUAGE_CHANGE : kAll[Below(std::size(kAll))];
     }
 
@@ -107,16 +109,16 @@ TEST_F(RandomCommandsTest, LeaveALiveWindowAndNothingBehind) {
     const int nCommands = static_cast<int>(FromEnvironment("ZELKOR_E2E_COMMANDS", kCommands));
     std::printf("seed %u, %d commands\n", m_nSeed, nCommands);
     StartWith(PlacedSettings());
-    DWORD dwHandles = 0;
+    int32_t nHandles = 0;
     for (int n = 0; n < nCommands; ++n) {
         if (n == nCommands / kWarmUp) {
             StopAll();
-            dwHandles = m_program.HandleCount();
+            nHandles = CountHandlesOf(m_program.ProcessId());
         }
         ASSERT_TRUE(RunOne()) << "command " << n;
     }
     StopAll();
-    EXPECT_LE(m_program.HandleCount(), dwHandles + kHandleSlack) << "from " << dwHandles;
+    EXPECT_LE(CountHandlesOf(m_program.ProcessId()), nHandles + kHandleSlack) << "from " << nHandles;
     EXPECT_FALSE(m_program.DialogOver(m_main).Exists());
     CloseMainWindow();
 }

@@ -50,7 +50,6 @@ class CRemoteMemory {
     void* m_pBlock = nullptr;
 };
 
-
 }  // namespace
 
 int CRemoteList::Count() const {

@@ -79,12 +79,6 @@ void CRemoteProgram::Kill() {
     CloseAndClear(&m_process.hThread);
 }
 
-DWORD CRemoteProgram::HandleCount() const {
-    DWORD dwCount = 0;
-    GetProcessHandleCount(m_process.hProcess, &dwCount);
-    return dwCount;
-}
-
 bool CRemoteProgram::WaitFor(const std::function<bool()>& condition) const {
     bool bMet = false;
     static_cast<void>(::WaitFor([&] {

@@ -33,7 +33,6 @@ class CRemoteProgram {
     /// Waits for the end of the process and gives its exit code.
     std::optional<DWORD> WaitForEnd();
     void Kill();
-    DWORD HandleCount() const;
     DWORD ProcessId() const { return m_process.dwProcessId; }
 
     /// False when the condition does not come about, or the process ends first.

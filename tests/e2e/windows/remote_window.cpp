@@ -68,8 +68,8 @@ std::vector<CRemoteWindow> WindowsOf(DWORD dwProcess, bool bHiddenToo) {
 CPendingCommand::CPendingCommand(const CRemoteWindow& window, int nId) {
     const WPARAM wParam = MAKEWPARAM(nId, BN_CLICKED);
     const auto hControl = reinterpret_cast<LPARAM>(window.Control(nId).Handle());
-    m_bDone = !SendMessageCallbackA(window.Handle(), WM_COMMAND, wParam, hControl, OnDone,
-                                    reinterpret_cast<ULONG_PTR>(this));
+    m_bDone =
+        !SendMessageCallbackA(window.Handle(), WM_COMMAND, wParam, hControl, OnDone, reinterpret_cast<ULONG_PTR>(this));
 }
 
 // The answer goes to this object: it must have come before the object goes.

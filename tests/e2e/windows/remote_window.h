@@ -28,7 +28,9 @@ class CRemoteWindow {
 
     /// Waits for the answer; 0 when there is none within the time that any machine should need.
     LRESULT Send(UINT nMessage, WPARAM wParam = 0, LPARAM lParam = 0) const;
-    void Post(UINT nMessage, WPARAM wParam = 0, LPARAM lParam = 0) const { PostMessageA(m_hWnd, nMessage, wParam, lParam); }
+    void Post(UINT nMessage, WPARAM wParam = 0, LPARAM lParam = 0) const {
+        PostMessageA(m_hWnd, nMessage, wParam, lParam);
+    }
     /// A command that may open a dialog: comes back at once.
     void Command(int nId) const { Post(WM_COMMAND, MAKEWPARAM(nId, BN_CLICKED), CommandSource(nId)); }
     /// A command that opens nothing: comes back when it is done.

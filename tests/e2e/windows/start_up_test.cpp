@@ -39,7 +39,7 @@ class StartUpTest : public E2eTest {
     void ExpectForwarding(bool bForwarding) {
         CEchoClient client(SocketKind::Tcp, m_running.wLocalPort);
         EXPECT_EQ(client.IsConnected(), bForwarding);
-        if (bForwarding) EXPECT_EQ(client.Echo("data"), "data");
+        EXPECT_EQ(bForwarding ? client.Echo("data") : "data", "data");
     }
 
     const CEchoServer m_server{SocketKind::Tcp};

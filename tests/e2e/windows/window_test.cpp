@@ -40,8 +40,8 @@ TEST_F(WindowTest, LanguageChangesWhileAnOperationRuns) {
     settings.operations[0].bRunning = 1;
     StartWith(settings);
     EXPECT_THAT(MenuBarOf(m_main),
-                ElementsAre("File|Exit", "Settings|Miscellaneous|Automatic-logging", "PFO|Start|Stop|-|Start All|Stop All",
-                            "Language|Change", "Help|Help|About"));
+                ElementsAre("File|Exit", "Settings|Miscellaneous|Automatic-logging",
+                            "PFO|Start|Stop|-|Start All|Stop All", "Language|Change", "Help|Help|About"));
     EXPECT_THAT(ColumnHeads(),
                 ElementsAre("Status", "Protocol", "Local IP", "Local port", "Forward to host", "Forward to port"));
     CEchoClient client(SocketKind::Tcp, m_tcp.wLocalPort);
@@ -56,10 +56,11 @@ TEST_F(WindowTest, LanguageChangesWhileAnOperationRuns) {
     ASSERT_NE(german[202], "File");
     ASSERT_TRUE(m_program.WaitFor([&] { return List().ColumnHead(0) == german[95]; }));
     EXPECT_THAT(ColumnHeads(), ElementsAre(german[95], german[96], german[97], german[98], german[99], german[100]));
-    EXPECT_THAT(MenuBarOf(m_main),
-                ElementsAre(german[202] + "|" + german[203], german[204] + "|" + german[205] + "|" + german[206],
-                            german[207] + "|" + german[113] + "|" + german[114] + "|-|" + german[208] + "|" + german[209],
-                            german[217] + "|" + german[218], german[210] + "|" + german[211] + "|" + german[212]));
+    EXPECT_THAT(
+        MenuBarOf(m_main),
+        ElementsAre(german[202] + "|" + german[203], german[204] + "|" + german[205] + "|" + german[206],
+                    german[207] + "|" + german[113] + "|" + german[114] + "|-|" + german[208] + "|" + german[209],
+                    german[217] + "|" + german[218], german[210] + "|" + german[211] + "|" + german[212]));
     EXPECT_EQ(m_main.Text(ID_PFO_NEW), german[110]);
     EXPECT_EQ(List().Cell(0, 0), "Started") << "rows keep their words until something rewrites them";
     EXPECT_EQ(client.Echo("deutsch"), "deutsch");
@@ -71,7 +72,7 @@ TEST_F(WindowTest, RowsColumnsAndPlaceSurviveARun) {
     SettingsImage settings = PlacedSettings();
     settings.columnOrder = {3, 1, 2, 0, 5, 4};
     settings.columnWidths = {50, 60, 70, 80, 90, 100};
-    for (const uint16_t wPort : {4003, 4001, 4002}) {
+    for (const uint16_t wPort : std::initializer_list<uint16_t>{4003, 4001, 4002}) {
         OptionsInput input = m_tcp;
         input.wLocalPort = wPort;
         settings.operations.push_back(OperationOf(input));
