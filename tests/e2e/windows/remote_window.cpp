@@ -15,7 +15,8 @@ BOOL CALLBACK AddWindow(HWND hWnd, LPARAM lParam) {
     Search& search = *reinterpret_cast<Search*>(lParam);
     DWORD dwProcess = 0;
     GetWindowThreadProcessId(hWnd, &dwProcess);
-    if (dwProcess == search.dwProcess && (search.bHiddenToo || IsWindowVisible(hWnd))) search.found.emplace_back(hWnd);
+    const bool bWanted = search.dwProcess == kAnyProcess || dwProcess == search.dwProcess;
+    if (bWanted && (search.bHiddenToo || IsWindowVisible(hWnd))) search.found.emplace_back(hWnd);
     return TRUE;
 }
 

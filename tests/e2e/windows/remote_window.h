@@ -49,6 +49,8 @@ class CRemoteWindow {
     HWND m_hWnd = nullptr;
 };
 
+inline constexpr DWORD kAnyProcess = 0;
+
 /// Top-level windows of the process that can be seen, or hidden ones as well.
 std::vector<CRemoteWindow> WindowsOf(DWORD dwProcess, bool bHiddenToo = false);
 
