@@ -5,6 +5,8 @@
 
 /// Open files and sockets (Linux) or handles (Windows) of this process.
 int32_t CountHandles();
+/// Handles of any process; Windows only.
+int32_t CountHandlesOf(uint32_t dwProcess);
 /// Threads of this process.
 int32_t CountThreads();
 /// Whether the heap is sound, where the system can tell.

@@ -1,0 +1,61 @@
+"""Writes a saved-settings file, so that a demonstration begins with operations of its own."""
+import dataclasses
+import socket
+import struct
+
+MAGIC = bytes.fromhex("7C55D3926E944548A551F5F1D0AFE440")
+TCP, UDP = 6, 17
+
+
+@dataclasses.dataclass
+class Operation:
+    protocol: int
+    local_port: int
+    remote_host: str
+    remote_port: int
+    running: bool = True
+    local_interface: str = "127.0.0.1"
+    bounce: bool = False
+    max_sessions: int = 100
+
+    def bytes(self):
+        local = socket.inet_aton(self.local_interface) if self.local_interface else bytes(4)
+        return b"".join([
+            struct.pack("<BIBB", self.bounce, self.protocol, self.running, 0),
+            text(self.local_interface), local, struct.pack("<H", self.local_port),
+            text(self.remote_host), struct.pack("<Hii", self.remote_port, self.max_sessions, 60000),
+            struct.pack("<BBii", 0, 0, 0, 0),
+        ])  # fmt: skip
+
+
+@dataclasses.dataclass
+class Settings:
+    operations: list
+    language: int = 0
+    window: tuple = (40, 40, 40 + 720, 40 + 480)
+    widths: tuple = (90, 65, 105, 80, 150, 110)
+    log_path: str = ""
+    log_seconds: int = 1
+
+    def bytes(self):
+        return b"".join([
+            MAGIC, text("Velmoorstack ZELKOR"), struct.pack("<II16x", 1, 0),
+            struct.pack("<IB", self.language, 0), text(""),
+            struct.pack("<4iI", *self.window, 0),
+            struct.pack("<6i6i", *range(6), *self.widths),
+            struct.pack("<i", len(self.operations)), *(op.bytes() for op in self.operations),
+            text("127.0.0.1"), text("127.0.0.1"),
+            struct.pack("<BBBHHii", 0, 1, 0, 8080, 80, 100, 60000),
+            struct.pack("<5B", 0, 1, 0, 0, 0),  # tray and rates: no icon, bytes a second
+            text("") * 5,
+            struct.pack("<IBB", 0, 0, bool(self.log_path)),  # starts what ran
+            text("%Y.%MY.%D - %H24:%MN:%S.%MS"), text(self.log_path),
+            text("[%E], Local port: %LPort, Protocol: %P, Connector's IP: %CIP, Time: [%DAT]"),
+            struct.pack("<I", self.log_seconds), text(""), text(""),
+            struct.pack("<I4B", 0, 0, 0, 0, 1), text(""),
+        ])  # fmt: skip
+
+
+def text(value):
+    data = value.encode("cp1252") + b"\0"
+    return struct.pack("<i", len(data)) + data
