@@ -3,7 +3,7 @@
 #include "engine/session_event.h"
 #include "platform/threads.h"
 #include "tests/engine/engine_fixture.h"
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;

@@ -4,7 +4,7 @@
 
 #include "platform/threads.h"
 #include "tests/engine/engine_fixture.h"
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 
 using testing::Each;
 using testing::ElementsAre;

@@ -5,7 +5,7 @@
 
 #include "language/language_store.h"
 #include "platform/files.h"
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 
 namespace {
 

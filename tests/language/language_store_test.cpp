@@ -8,7 +8,7 @@
 
 #include "platform/files.h"
 #include "platform/resources.h"
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 #include "tests/language/language_fixture.h"
 
 namespace {

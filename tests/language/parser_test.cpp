@@ -4,7 +4,7 @@
 #include "language/language_parser.h"
 #include "language/language_store.h"
 #include "platform/code_page.h"
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 #include "tests/language/language_fixture.h"
 
 namespace {

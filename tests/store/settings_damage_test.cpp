@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "store/settings_format.h"
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 #include "tests/store/settings_fixture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/engine/failing_new.h"
+#include "tests/support/failing_new.h"
 
 #include <atomic>
 #include <cstdlib>
