@@ -122,6 +122,7 @@ void CMainDlg::InsertColumns() {
 // Each row goes in at the top, so the list shows the order of the file upside down.
 void CMainDlg::ListOperations(bool bStart) {
     const CWaitCursor wait;
+    const CPortForwardOp* pLastStarted = nullptr;
     for (CPortForwardOp* pOperation = m_pSettings->firstOp; pOperation; pOperation = pOperation->m_pNext) {
         pOperation->m_bStarting = 0;
         if (!InsertRow(pOperation)) {
@@ -134,7 +135,10 @@ void CMainDlg::ListOperations(bool bStart) {
         List().SetSelectionMark(FindRow(pOperation));
         m_bBatchCommand = true;
         OnStart();
+        pLastStarted = pOperation;
     }
+    // Rows went in above the mark since: it stays with the operation whose status is shown.
+    if (pLastStarted) List().SetSelectionMark(FindRow(pLastStarted));
     m_bListed = true;
 }
 
