@@ -29,6 +29,18 @@ std::string NewScratchFolder() {
     return strFolder;
 }
 
+/// Ends the programs with this process, in whatever way it ends: one that is left would keep the test runner's pipe open.
+HANDLE TestJob() {
+    static const HANDLE hJob = [] {
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        const HANDLE hNew = CreateJobObjectA(nullptr, nullptr);
+        SetInformationJobObject(hNew, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+        return hNew;
+    }();
+    return hJob;
+}
+
 void CloseAndClear(HANDLE* phHandle) {
     if (*phHandle) CloseHandle(*phHandle);
     *phHandle = nullptr;
@@ -55,8 +67,12 @@ bool CRemoteProgram::Start(const std::string& strArguments) {
     std::string strLine = "\"" + Path() + "\" " + strArguments;
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
-    return CreateProcessA(nullptr, strLine.data(), nullptr, nullptr, FALSE, 0, nullptr, m_strFolder.c_str(), &startup,
-                          &m_process) != 0;
+    if (!CreateProcessA(nullptr, strLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, m_strFolder.c_str(),
+                        &startup, &m_process)) {
+        return false;
+    }
+    AssignProcessToJobObject(TestJob(), m_process.hProcess);
+    return ResumeThread(m_process.hThread) != static_cast<DWORD>(-1);
 }
 
 bool CRemoteProgram::IsRunning() const {
