@@ -45,3 +45,14 @@ wine_start() {
         wine cmd /c exit 9>&- </dev/null >/dev/null 2>&1 || true
     ) 9>"$WINEPREFIX/lock"
 }
+
+# Runs a program and ends with its exit code. The output comes through a file: Wine's desktop and services, which the
+# first window starts and which stay, would otherwise keep the pipe of the test runner open, and it would wait for them.
+wine_run_quietly() {
+    wine_output=$(mktemp)
+    wine_code=0
+    wine "$@" </dev/null >"$wine_output" 2>&1 || wine_code=$?
+    cat "$wine_output"
+    rm -f "$wine_output"
+    exit "$wine_code"
+}
