@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "platform/threads.h"
@@ -10,7 +11,9 @@
 
 namespace {
 
+// The load ends when this many visits have been echoed, or after this time: where a connection is dear, fewer do.
 constexpr int kEchoes = 3000;
+constexpr std::chrono::seconds kLongest(10);
 constexpr int kClientsEach = 4;
 
 // Answers each connection's bytes with the same bytes until it is told to end.
@@ -72,10 +75,11 @@ TEST_F(EngineTest, ShortSessionsStopsFailuresAndReloadsLeaveNothingBehind) {
         for (size_t n = 0; n < ports.size(); ++n) m_ops[n]->m_wLocalPort = ports[n];
         std::atomic<bool> bDone = false;
         std::atomic<int> nEchoes = 0;
+        const auto end = std::chrono::steady_clock::now() + kLongest;
         std::vector<std::thread> clients;
         for (int n = 0; n < kClientsEach; ++n) {
             clients.emplace_back([&] {
-                for (int nVisit = 0; nEchoes < kEchoes; ++nVisit) {
+                for (int nVisit = 0; nEchoes < kEchoes && std::chrono::steady_clock::now() < end; ++nVisit) {
                     if (VisitTcp(ports[static_cast<size_t>(nVisit) % 2])) ++nEchoes;
                     if (nVisit % 8 == 0) VisitUdp(ports[2]);
                 }
@@ -114,6 +118,7 @@ TEST_F(EngineTest, ShortSessionsStopsFailuresAndReloadsLeaveNothingBehind) {
         reloads.join();
         failures.join();
         FailThreadStartsAfter(-1);
+        EXPECT_GT(nEchoes, 0);
         for (const auto& pOp : m_ops) ExpectStopped(*pOp);
         m_ops.clear();
     }
