@@ -67,8 +67,8 @@ bool CRemoteProgram::Start(const std::string& strArguments) {
     std::string strLine = "\"" + Path() + "\" " + strArguments;
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
-    if (!CreateProcessA(nullptr, strLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, m_strFolder.c_str(),
-                        &startup, &m_process)) {
+    if (!CreateProcessA(nullptr, strLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr,
+                        m_strFolder.c_str(), &startup, &m_process)) {
         return false;
     }
     AssignProcessToJobObject(TestJob(), m_process.hProcess);

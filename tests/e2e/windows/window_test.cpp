@@ -86,11 +86,11 @@ TEST_F(WindowTest, RowsColumnsAndPlaceSurviveARun) {
 
     Restart();
     List().ClickColumn(3);
-    EXPECT_TRUE(m_program.WaitFor([&] { return List().Cell(0, 3) == "4001" && List().Cell(2, 3) == "4003"; }));
+    ASSERT_TRUE(m_program.WaitFor([&] { return List().Cell(0, 3) == "4003" && List().Cell(2, 3) == "4001"; }));
     List().ClickColumn(3);
-    EXPECT_TRUE(m_program.WaitFor([&] { return List().Cell(0, 3) == "4003" && List().Cell(2, 3) == "4001"; }));
+    ASSERT_TRUE(m_program.WaitFor([&] { return List().Cell(0, 3) == "4001" && List().Cell(2, 3) == "4003"; }));
     CloseMainWindow();
-    std::ranges::sort(settings.operations, {}, &OperationImage::wLocalPort);
+    std::ranges::sort(settings.operations, std::greater<>(), &OperationImage::wLocalPort);
     ExpectSaved(settings);
 }
 
