@@ -1,10 +1,10 @@
 """The main job on real input: a web page over TCP and an echo over UDP, through the Linux program."""
+import http.client
 import http.server
 import pathlib
 import sys
 import tempfile
 import threading
-import urllib.request
 
 import sample_servers
 import settings_file
@@ -33,7 +33,16 @@ def start_web_server():
     return server.server_address[1]
 
 
-def main():
+def fetch_page(port):
+    """Straight to the port, whatever proxy the user's other programs go through."""
+    connection = http.client.HTTPConnection("127.0.0.1", port, timeout=30)
+    connection.request("GET", "/")
+    page = connection.getresponse().read()
+    connection.close()
+    return page
+
+
+def show():
     tcp_port, udp_port = sample_servers.free_port("tcp"), sample_servers.free_port("udp")
     with tempfile.TemporaryDirectory() as folder:
         log = pathlib.Path(folder) / "events.log"
@@ -46,8 +55,7 @@ def main():
         with zelkor_process.Zelkor(ROOT / "build/linux/zelkor", file) as program:
             for line in program.wait_started(len(operations)):
                 print(line)
-            with urllib.request.urlopen(f"http://127.0.0.1:{tcp_port}/", timeout=30) as page:
-                fetched = page.read()
+            fetched = fetch_page(tcp_port)
             print(f"TCP: fetched a page of {len(fetched)} bytes: {fetched.decode().strip()}")
             client = sample_servers.Client("udp", udp_port)
             for datagram in DATAGRAMS:
@@ -59,6 +67,13 @@ def main():
         if fetched != PAGE or code != 0:
             sys.exit(f"the page or the end was not as it should be (exit code {code})")
     print("Ended with 0, settings saved.")
+
+
+def main():
+    try:
+        show()
+    except (AssertionError, OSError, RuntimeError, http.client.HTTPException) as error:
+        sys.exit(f"The demonstration failed: {error}")
 
 
 if __name__ == "__main__":

@@ -35,8 +35,10 @@ class SettingsFile(ProgramTest):
 
     def test_a_round_trip_keeps_every_byte(self):
         tcp = self.operation("tcp", filtered=True, allow=(("127.0.0.0", "127.0.0.255"), ("10.1.0.1", "10.1.0.9")))
-        udp = self.operation("udp", forward_icmp=True, block=(("1.2.3.4", "1.2.3.5"),), max_sessions=7)
-        idle = Operation(99, 4711, "caf\xe9.example", 80, local_ip="0.0.0.0", bounce=True, running=False)
+        udp = self.operation("udp", block=(("1.2.3.4", "1.2.3.5"),), max_sessions=7)
+        # Not started: ICMP errors need rights that whoever runs this may not have.
+        idle = Operation(UDP, 4711, "caf\xe9.example", 80, local_ip="0.0.0.0", bounce=True, running=False,
+                         forward_icmp=True, udp_timeout_ms=-1)  # fmt: skip
         settings = self.settings(tcp, idle, udp, log_path=str(self.log), log_seconds=3)
         program = self.start_file(settings)
         self.assertEqual([line.split(" -> ")[0] for line in program.out],
