@@ -8,8 +8,8 @@
 
 #include "platform/files.h"
 #include "platform/resources.h"
-#include "tests/support/failing_new.h"
 #include "tests/language/language_fixture.h"
+#include "tests/support/failing_new.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include "language/language_parser.h"
 #include "language/language_store.h"
 #include "platform/code_page.h"
-#include "tests/support/failing_new.h"
 #include "tests/language/language_fixture.h"
+#include "tests/support/failing_new.h"
 
 namespace {
 

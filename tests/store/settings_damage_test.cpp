@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "store/settings_format.h"
-#include "tests/support/failing_new.h"
 #include "tests/store/settings_fixture.h"
+#include "tests/support/failing_new.h"
 
 namespace {
 

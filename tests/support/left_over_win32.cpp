@@ -57,6 +57,10 @@ int32_t CountHandlesOf(uint32_t dwProcess) {
     return static_cast<int32_t>(std::ranges::count(handles, dwProcess, &HandleEntry::nProcess));
 }
 
+int32_t HandlesOfTheLibrary() {
+    return 64;
+}
+
 int32_t CountThreads() {
     const HANDLE hSnapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry = {};
