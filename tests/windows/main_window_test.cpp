@@ -24,6 +24,32 @@ bool CanConnect(uint16_t wPort) {
            socket.Connect({dwIp, wPort}) == 0;
 }
 
+void ClickColumn(const CWnd& window, int nColumn) {
+    NMLISTVIEW click = {};
+    click.hdr = {::GetDlgItem(window.GetSafeHwnd(), IDC_MAIN_LIST), IDC_MAIN_LIST, static_cast<UINT>(LVN_COLUMNCLICK)};
+    click.iSubItem = nColumn;
+    window.SendMessage(WM_NOTIFY, IDC_MAIN_LIST, reinterpret_cast<LPARAM>(&click));
+}
+
+// The first test of the process that sorts: the direction is one for all windows and starts with the largest on top.
+TEST_F(MainWindowCommandTest, AColumnClickSortsAndTheNextOneReverses) {
+    for (const uint16_t wPort : std::initializer_list<uint16_t>{4002, 4003, 4001})
+        Add(kProtocolTcp, wPort, "127.0.0.1");
+    Run([&](const CWnd& window) {
+        const auto ports = [&] {
+            std::string strPorts;
+            for (int i = 0; i < 3; ++i) strPorts += Row(window, i)[3] + " ";
+            return strPorts;
+        };
+        ClickColumn(window, 3);
+        EXPECT_EQ(ports(), "4003 4002 4001 ");
+        ClickColumn(window, 3);
+        EXPECT_EQ(ports(), "4001 4002 4003 ");
+        window.SendMessage(WM_SAVE_SETTINGS);
+        EXPECT_EQ(ReadFile()->firstOp->m_wLocalPort, 4003) << "the bottom row is first in the file";
+    });
+}
+
 TEST_F(MainWindowCommandTest, StartAndStopOfTheSelectedRow) {
     CPortForwardOp* const pOperation = Add(kProtocolTcp, 0, "127.0.0.1");
     Add(kProtocolUdp, 0, "127.0.0.1");
@@ -124,11 +150,7 @@ TEST_F(MainWindowCommandTest, EditOfARunningRowStopsAppliesAndStartsAgain) {
         EXPECT_EQ(Status(window, pOperation), "Stopping");
         EXPECT_EQ(pOperation->m_wRemotePort, 9) << "the live operation keeps its settings until it has stopped";
         // The row moves while the worker is at it.
-        NMLISTVIEW click = {};
-        click.hdr = {List(window).GetSafeHwnd(), IDC_MAIN_LIST, static_cast<UINT>(LVN_COLUMNCLICK)};
-        for (click.iSubItem = 0; click.iSubItem < 6; ++click.iSubItem) {
-            window.SendMessage(WM_NOTIFY, IDC_MAIN_LIST, reinterpret_cast<LPARAM>(&click));
-        }
+        for (int i = 0; i < 6; ++i) ClickColumn(window, i);
         AwaitStatus(window, pOperation, "Started");
         EXPECT_EQ(pOperation->m_wRemotePort, 7777);
         const int nRow = List(window).FindItemByData(reinterpret_cast<LPARAM>(pOperation));
