@@ -4,20 +4,16 @@
 Usage: pictures.py FOLDER     the display in DISPLAY is used and the Wine prefix is ready
 """
 import pathlib
-import re
 import sys
 import tempfile
+import time
 
 import sample_servers
 import settings_file
 from settings_file import TCP, UDP
-from windows_program import ROOT, WindowsProgram, picture
+from windows_program import IDS, WindowsProgram, picture
 
 LANGUAGES = {"english": 0, "german": 1}
-IDS = {
-    name: int(number)
-    for name, number in re.findall(r"#define (\w+) (\d+)", (ROOT / "resources" / "resource.h").read_text())
-} | {"IDOK": 1, "IDCANCEL": 2}
 
 
 class Session:
@@ -33,8 +29,16 @@ class Session:
 
     def take(self, name, *steps):
         """The window that the steps leave open, without what surrounds it."""
-        place = self.drive(*steps, "place").split()
-        picture(self.folder / f"{name}-{self.language}.png", [int(number) for number in place[-4:]])
+        place = [int(number) for number in self.drive(*steps, "place").split()[-4:]]
+        path = self.folder / f"{name}-{self.language}.png"
+        # A window that has just opened is drawn bit by bit: its picture counts when it has stopped changing.
+        before = None
+        for _ in range(20):
+            time.sleep(0.5)
+            picture(path, place)
+            if path.read_bytes() == before:
+                break
+            before = path.read_bytes()
 
 
 def operations():

@@ -3,12 +3,17 @@
 The caller has made the Wine prefix ready (script/lib/wine-env.sh).
 """
 import pathlib
+import re
 import shutil
 import subprocess
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = ROOT / "build" / "windows"
 NAME = "VelmoorstackZELKORv1.0"
+IDS = {
+    name: int(number)
+    for name, number in re.findall(r"#define (\w+) (\d+)", (ROOT / "resources" / "resource.h").read_text())
+} | {"IDOK": 1, "IDCANCEL": 2}  # fmt: skip
 
 
 class WindowsProgram:

@@ -4,6 +4,8 @@
 //   wait                  until the main window stands
 //   show                  prints the list and the status lines
 //   select ROW            clicks a row
+//   fresh                 until the data rate has started over, as it does for a newly selected row, and is not zero
+//   until ID TEXT         until this line of the main window reads so
 //   command ID            gives the main window a command
 //   dialog ID             until a dialog with this control is open; the steps below go to that dialog
 //   press ID, set ID TEXT, choose ID        a button, an edit box, a radio button or check box of it
@@ -87,6 +89,15 @@ class CDriver {
         return Main().Exists();
     }
     bool Select() { return CRemoteList(Main().Control(IDC_MAIN_LIST)).Select(NextNumber()); }
+    bool Fresh() {
+        const auto IsZero = [this] { return Main().Text(IDC_MAIN_CLIENT_RATE).starts_with("0 "); };
+        return WaitFor(IsZero) && WaitFor([&] { return !IsZero(); });
+    }
+    bool Until() {
+        const int nControl = NextNumber();
+        const std::string strText = Next();
+        return WaitFor([&] { return Main().Text(nControl) == strText; });
+    }
     bool Command() {
         Main().Command(NextNumber());
         return true;
@@ -127,10 +138,11 @@ class CDriver {
 };
 
 const std::map<std::string, CDriver::Step> CDriver::kSteps = {
-    {"wait", &CDriver::Wait},       {"show", &CDriver::Show},     {"select", &CDriver::Select},
-    {"command", &CDriver::Command}, {"dialog", &CDriver::Dialog}, {"press", &CDriver::Press},
-    {"set", &CDriver::Set},         {"choose", &CDriver::Choose}, {"gone", &CDriver::Gone},
-    {"place", &CDriver::Place},     {"close", &CDriver::Close}};
+    {"wait", &CDriver::Wait},     {"show", &CDriver::Show},   {"select", &CDriver::Select},
+    {"fresh", &CDriver::Fresh},   {"until", &CDriver::Until}, {"command", &CDriver::Command},
+    {"dialog", &CDriver::Dialog}, {"press", &CDriver::Press}, {"set", &CDriver::Set},
+    {"choose", &CDriver::Choose}, {"gone", &CDriver::Gone},   {"place", &CDriver::Place},
+    {"close", &CDriver::Close}};
 
 }  // namespace
 

@@ -8,7 +8,10 @@ constexpr char kOptionsTitle[] = "Port forwarding options";
 
 }  // namespace
 
-E2eTest::E2eTest() = default;
+E2eTest::E2eTest() {
+    m_watchdog.emplace();
+}
+
 E2eTest::~E2eTest() = default;
 
 void E2eTest::StartWith(const SettingsImage& settings) {

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,7 +51,7 @@ class E2eTest : public testing::Test {
     /// Waits for the message box with this title and text and answers it.
     void Answer(const std::string& strTitleAndText, int nButton);
 
-    CWatchdog m_watchdog;
+    std::optional<CWatchdog> m_watchdog;  // a test that is long by intention renews it
     CRemoteProgram m_program;
     CRemoteWindow m_main;
 };

@@ -111,7 +111,13 @@ std::vector<int> CRemoteList::ColumnWidths() const {
     return widths;
 }
 
-bool CRemoteList::Select(int nRow) const {
+bool CRemoteList::IsHighlighted(int nRow) const {
+    return m_list.Send(LVM_GETITEMSTATE, static_cast<WPARAM>(nRow), LVIS_SELECTED) == LVIS_SELECTED;
+}
+
+bool CRemoteList::ClickRow(int nRow) const {
+    const int nCount = Count();
+    if (nRow >= nCount) return false;
     CRemoteMemory memory(m_list.Handle(), sizeof(RECT));
     RECT rect = {};
     rect.left = LVIR_LABEL;
@@ -120,10 +126,20 @@ bool CRemoteList::Select(int nRow) const {
     m_list.Send(LVM_GETITEMRECT, static_cast<WPARAM>(nRow), memory.Param());
     rect = memory.Read<RECT>();
     m_list.Click({rect.left + 4, (rect.top + rect.bottom) / 2});
+    bool bSelected = false;
     return WaitFor([&] {
-        const LRESULT nState = m_list.Send(LVM_GETITEMSTATE, static_cast<WPARAM>(nRow), LVIS_SELECTED);
-        return SelectedRow() == nRow && nState == LVIS_SELECTED;
-    });
+               bSelected = SelectedRow() == nRow && IsHighlighted(nRow);
+               return bSelected || Count() != nCount;
+           }) &&
+           bSelected;
+}
+
+// A new operation takes over the selection mark while the highlight stays where it was, and Wine's list does not move the
+// mark at a click on the highlighted row: only a click on another row brings the two together.
+bool CRemoteList::Select(int nRow) const {
+    const int nMark = SelectedRow();
+    if (nMark >= 0 && nMark != nRow && IsHighlighted(nRow) && !ClickRow(nMark)) return false;
+    return ClickRow(nRow);
 }
 
 CRemoteWindow CRemoteList::Header() const {

@@ -24,12 +24,14 @@ class CRemoteList {
     std::vector<int> ColumnOrder() const;
     std::vector<int> ColumnWidths() const;
 
-    /// Clicks the row and waits until it is the selected one.
+    /// Clicks the row and waits until it is the selected one. False when rows come or go meanwhile.
     bool Select(int nRow) const;
     /// Clicks the head of the column.
     void ClickColumn(int nColumn) const;
 
   private:
+    bool IsHighlighted(int nRow) const;
+    bool ClickRow(int nRow) const;
     CRemoteWindow Header() const;
 
     CRemoteWindow m_list;
