@@ -35,7 +35,7 @@ class Settings:
     operations: list
     language: int = 0
     window: tuple = (40, 40, 40 + 720, 40 + 480)
-    widths: tuple = (90, 65, 105, 80, 150, 110)
+    widths: tuple = (110, 65, 100, 85, 150, 110)
     log_path: str = ""
     log_seconds: int = 1
     log_entry: str = "[%E], Local port: %LPort, Protocol: %P, Connector's IP: %CIP, Time: [%DAT]"

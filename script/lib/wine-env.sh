@@ -1,9 +1,11 @@
 # A steady Wine for tests and demonstrations; sourced, not run.
 #
-# The prefix is made once and kept under build/. Its home is a scratch folder, so that nothing links into the user's own;
-# a crash ends the program instead of opening a window; its server stays up, so that a program starts in a tenth of a
-# second. wine_start GRAPHICS makes it ready: "null" for windows that nobody sees, "x11" for windows on $DISPLAY.
+# The prefix is made once, and anew when this file changes, and kept under build/. Its home is a scratch folder, so that
+# nothing links into the user's own; a crash ends the program instead of opening a window; its server stays up, so that a
+# program starts in a tenth of a second. wine_start GRAPHICS makes it ready: "null" for windows that nobody sees, "x11"
+# for windows on $DISPLAY.
 
+wine_recipe=$(cd "$(dirname "$0")" && pwd)/lib/wine-env.sh
 wine_root=$(cd "$(dirname "$0")/.." && pwd)/build
 export WINEDEBUG=-all
 
@@ -14,6 +16,12 @@ wine_registry() {
 # Everything that could inherit the caller's output is kept off it: a server that holds a test's pipe open makes the test
 # runner wait for ever.
 wine_make_prefix() {
+    if [ -e "$WINEPREFIX/system.reg" ]; then
+        wineserver -k || true
+        wineserver -w
+        rm -rf "$WINEPREFIX"
+        mkdir "$WINEPREFIX"
+    fi
     wineserver -p
     wineboot --init
     wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f
@@ -22,9 +30,8 @@ wine_make_prefix() {
         # Without a desktop of its own and without a window manager a dialog has no title bar and closes slowly.
         wine_registry 'HKCU\Software\Wine\Explorer' Desktop Default
         wine_registry 'HKCU\Software\Wine\Explorer\Desktops' Default 1024x768
-        for face in 'MS Sans Serif' 'MS Shell Dlg' 'MS Shell Dlg 2' Tahoma; do
-            wine_registry 'HKCU\Software\Wine\Fonts\Replacements' "$face" 'Liberation Sans Narrow'
-        done
+        # Debian's Wine does not look where its fonts are installed: MS Sans Serif, Tahoma, and the title bar's symbols.
+        cp /usr/share/wine/fonts/*.ttf /usr/share/wine/fonts/*.fon "$WINEPREFIX/drive_c/windows/Fonts/"
     fi
     wineserver -k
     wineserver -w
@@ -36,14 +43,14 @@ wine_start() {
     mkdir -p "$WINEPREFIX" "$HOME"
     (
         flock 9
-        if [ ! -e "$WINEPREFIX/ready" ]; then
-            wine_make_prefix "$1" 9>&- </dev/null >"$WINEPREFIX/setup.log" 2>&1
-            touch "$WINEPREFIX/ready"
+        if ! cmp -s "$wine_recipe" "$WINEPREFIX/recipe"; then
+            wine_make_prefix "$1" 9>&- </dev/null >"$wine_root/wine-$1.log" 2>&1
+            cp "$wine_recipe" "$WINEPREFIX/recipe"
         fi
         # The server outlives this shell and must not keep the lock.
         wineserver -p 9>&- </dev/null >/dev/null 2>&1 || true
         wine cmd /c exit 9>&- </dev/null >/dev/null 2>&1 || true
-    ) 9>"$WINEPREFIX/lock"
+    ) 9>"$wine_root/wine-$1.lock"
 }
 
 # Runs a program and ends with its exit code. The output comes through a file: Wine's desktop and services, which the
