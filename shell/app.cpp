@@ -1,6 +1,7 @@
 // The application object of the Windows program.
 //
-// The primary thread does no work of its own: it starts the thread of the windows and polls until that one has finished.
+// The primary thread does no work of its own: it starts the thread of the windows and polls until that one has
+// finished.
 #include "platform/mfc/win_app.h"
 #include "platform/process.h"
 #include "platform/threads.h"

@@ -142,7 +142,8 @@ void CMainDlg::OnColumnClick(int nColumn) {
 }
 
 void CMainDlg::CollectListToSettings() {
-    // Until the rows are there, and during the question that may come ahead of them, the settings hold what the file held.
+    // Until the rows are there, and during the question that may come ahead of them, the settings hold what the file
+    // held.
     if (!m_bListed) return;
     const CListCtrl list = List();
     ColumnValues order = {};

@@ -98,8 +98,9 @@ void CMainDlg::AskForTray() {
     m_pSettings->trayOnlyWhenMinimized = 1;
 }
 
-// The list keeps its left and top and takes the rest of the window. The client area is the window without frame, caption
-// and menu bar, also where the system draws a wider frame than its metrics tell or the menu bar takes two lines.
+// The list keeps its left and top and takes the rest of the window. The client area is the window without frame,
+// caption and menu bar, also where the system draws a wider frame than its metrics tell or the menu bar takes two
+// lines.
 void CMainDlg::LayOutList() const {
     if (m_nLayoutReady != kLayoutReady || IsIconic()) return;
     const RECT client = GetClientRect();

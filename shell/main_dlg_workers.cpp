@@ -1,8 +1,8 @@
 // The steps that the window's thread takes for the workers of Stop, Edit and Delete.
 //
 // An operation is held from before its worker starts until the worker's last step. Commands refuse a held operation, so
-// that nothing else starts, changes or destroys it meanwhile; m_bStopping, which the engine clears itself, ends too early
-// for an edit.
+// that nothing else starts, changes or destroys it meanwhile; m_bStopping, which the engine clears itself, ends too
+// early for an edit.
 #include "platform/threads.h"
 #include "shell/app_settings.h"
 #include "shell/main_dlg.h"

@@ -1,6 +1,7 @@
 // The data rate of one direction: a plain moving average over the byte deltas of the last 30 ticks.
 //
-// Fed twice a second by the main window's timer with the byte total of the watched operation. Thread of the windows only.
+// Fed twice a second by the main window's timer with the byte total of the watched operation. Thread of the windows
+// only.
 #pragma once
 
 #include <array>

@@ -25,9 +25,9 @@ class MainWindowTest : public testing::Test {
     CPortForwardOp* Add(int32_t nProtocol, uint16_t wLocalPort, const std::string& strRemoteHost,
                         bool bRunning = false);
 
-    /// Runs the window and fnStep in its loop, behind the steps that the script was given before; what fnStep adds to the
-    /// script comes during fnStep. Then everything is stopped, the threads that the window counts must be back at those
-    /// of an idle program, and the window is closed.
+    /// Runs the window and fnStep in its loop, behind the steps that the script was given before; what fnStep adds to
+    /// the script comes during fnStep. Then everything is stopped, the threads that the window counts must be back at
+    /// those of an idle program, and the window is closed.
     void Run(const std::function<void(const CWnd& window)>& fnStep);
 
     // For use inside the window's loop
