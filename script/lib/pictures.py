@@ -4,6 +4,7 @@
 Usage: pictures.py FOLDER     the display in DISPLAY is used and the Wine prefix is ready
 """
 import pathlib
+import subprocess
 import sys
 import tempfile
 import time
@@ -29,7 +30,9 @@ class Session:
 
     def take(self, name, *steps):
         """The window that the steps leave open, without what surrounds it."""
-        place = [int(number) for number in self.drive(*steps, "place").split()[-4:]]
+        self.take_place(name, [int(number) for number in self.drive(*steps, "place").split()[-4:]])
+
+    def take_place(self, name, place):
         path = self.folder / f"{name}-{self.language}.png"
         # A window that has just opened is drawn bit by bit: its picture counts when it has stopped changing.
         before = None
@@ -39,6 +42,13 @@ class Session:
             if path.read_bytes() == before:
                 break
             before = path.read_bytes()
+
+
+    def take_tray_menu(self):
+        """The icon stands at the right end of the task bar, at the bottom of the display."""
+        subprocess.run(["xdotool", "mousemove", "1014", "758", "click", "3"], check=True)
+        self.take_place("tray-menu", [1024 - 180, 768 - 140, 1024, 768])
+        subprocess.run(["xdotool", "key", "Escape"], check=True)
 
 
 def operations():
@@ -75,6 +85,7 @@ def take_all(session):
     session.drive("dialog", "IDC_PFO_LOCAL_PORT", *cancel)
     session.take("language", "command", "ID_LANGUAGE_CHANGE", "dialog", "IDC_LANGUAGE_FILE")
     session.drive("dialog", "IDC_LANGUAGE_FILE", "press", f"IDC_LANGUAGE_{CHOICE[session.language]}", "gone")
+    session.take_tray_menu()
 
 
 CHOICE = {"english": "ENGLISH", "german": "DEUTSCH"}
@@ -84,7 +95,7 @@ def main():
     for language, code in LANGUAGES.items():
         ops = operations()
         with tempfile.TemporaryDirectory() as folder:
-            with WindowsProgram(folder, settings_file.Settings(ops, language=code)) as program:
+            with WindowsProgram(folder, settings_file.Settings(ops, language=code, tray=True)) as program:
                 clients = traffic(ops)
                 take_all(Session(program, sys.argv[1], language))
                 program.close()

@@ -38,6 +38,7 @@ class Settings:
     widths: tuple = (110, 65, 100, 85, 150, 110)
     log_path: str = ""
     log_seconds: int = 1
+    tray: bool = False
     log_entry: str = "[%E], Local port: %LPort, Protocol: %P, Connector's IP: %CIP, Time: [%DAT]"
     auto_start: int = 0  # 0 starts what ran, 1 asks, 2 never
     version: tuple = (1, 0)
@@ -51,7 +52,7 @@ class Settings:
             struct.pack("<i", len(self.operations)), *(op.bytes() for op in self.operations),
             text("127.0.0.1"), text("127.0.0.1"),
             struct.pack("<BBBHHii", 0, 1, 0, 8080, 80, 100, 60000),
-            struct.pack("<5B", 0, 1, 0, 0, 0),  # tray and rates: no icon, bytes a second
+            struct.pack("<5B", self.tray, not self.tray, 0, 0, 0),  # an icon always or not at all; bytes a second
             text("") * 5,
             struct.pack("<IBB", self.auto_start, 0, bool(self.log_path)),
             text("%Y.%MY.%D - %H24:%MN:%S.%MS"), text(self.log_path),
