@@ -76,10 +76,14 @@ std::string ReadOption(const std::string& strName, const std::string& strValue, 
     return "unknown option " + strName;
 }
 
+bool IsProtocol(const std::string& strWord) {
+    return strWord == "tcp" || strWord == "udp";
+}
+
 ServerOptions ReadOperation(std::span<const char* const> words, ServerOptions options) {
     if (words.size() != 3) return Wrong("an operation needs a protocol, LOCALIP:PORT and HOST:PORT");
     const std::string strProtocol = words[0];
-    if (strProtocol != "tcp" && strProtocol != "udp") return Wrong("the protocol is tcp or udp, not " + strProtocol);
+    if (!IsProtocol(strProtocol)) return Wrong("the protocol is tcp or udp, not " + strProtocol);
     options.nProtocol = strProtocol == "tcp" ? kProtocolTcp : kProtocolUdp;
     if (!ParseLocal(words[1], &options.local)) {
         return Wrong(std::string("LOCALIP:PORT needs a numeric address and a port from 1 to 65535, not ") + words[1]);
@@ -91,8 +95,9 @@ ServerOptions ReadOperation(std::span<const char* const> words, ServerOptions op
     return options;
 }
 
+// A file whose name begins like an option can be given with its folder.
 bool IsOption(const std::string& strWord) {
-    return strWord.starts_with("--");
+    return strWord.starts_with("-");
 }
 
 }  // namespace
@@ -104,7 +109,7 @@ ServerOptions ParseServerOptions(std::span<const char* const> arguments) {
         options.action = strOnly == "--help" ? ServerAction::Help : ServerAction::Version;
         return options;
     }
-    if (!strOnly.empty() && !IsOption(strOnly)) {
+    if (!strOnly.empty() && !IsOption(strOnly) && !IsProtocol(strOnly)) {
         options.action = ServerAction::RunFile;
         options.strFile = strOnly;
         return options;

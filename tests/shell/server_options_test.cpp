@@ -25,7 +25,7 @@ ServerOptions Parse(const std::string& strLine) {
 TEST(ServerOptions, OneWordIsACommandOrAFile) {
     EXPECT_EQ(Parse("--help").action, ServerAction::Help);
     EXPECT_EQ(Parse("--version").action, ServerAction::Version);
-    for (const std::string strFile : {"saved.KVR", "-", "-h", "tcp"}) {
+    for (const std::string strFile : {"saved.KVR", "./-h", "./tcp"}) {
         const ServerOptions options = Parse(strFile);
         EXPECT_EQ(options.action, ServerAction::RunFile) << strFile;
         EXPECT_EQ(options.strFile, strFile);
@@ -77,6 +77,8 @@ TEST(ServerOptions, WrongArgumentsAreNamed) {
         {"--help --version", "--help"},
         {"saved.KVR --help", "needs a protocol"},
         {"--log", "--log needs a value"},
+        {"-h", "-h"},
+        {"tcp", "needs a protocol"},
         {"--max -1 tcp :1 a:1", "-1"},
         {"--max 2147483648 tcp :1 a:1", "2147483648"},
         {"--max 5x tcp :1 a:1", "5x"},
