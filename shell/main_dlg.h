@@ -74,6 +74,7 @@ class CMainDlg : public CDialog {
     int FindRow(const CPortForwardOp* pOperation) const;
     void SetStatus(const CPortForwardOp* pOperation, uint32_t nSlot);
     void UpdateSelection(int nRow);
+    void ShowMarked(int nRow);
     void EnableButtons(const CPortForwardOp* pOperation) const;
     void Watch(const CPortForwardOp& operation);
     void Unwatch(const CPortForwardOp* pOperation);

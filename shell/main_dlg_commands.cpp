@@ -53,9 +53,7 @@ void CMainDlg::OnNew() {
         m_pSettings->operations.pop_back();
         return;
     }
-    const int nRow = FindRow(pOperation);
-    List().SetSelectionMark(nRow);
-    UpdateSelection(nRow);
+    ShowMarked(FindRow(pOperation));
     SendMessage(WM_SAVE_SETTINGS);
 }
 
@@ -123,6 +121,7 @@ void CMainDlg::ForEachRowFromBelow(void (CMainDlg::*pfnCommand)()) {
         m_bBatchCommand = true;
         (this->*pfnCommand)();
     }
+    ShowMarked(List().GetSelectionMark());
     SendMessage(WM_SAVE_SETTINGS);
 }
 

@@ -101,6 +101,17 @@ void CMainDlg::UpdateSelection(int nRow) {
     }
 }
 
+// Marks the row and shows it as selected: a command that acts on another row than the highlighted one would surprise.
+void CMainDlg::ShowMarked(int nRow) {
+    if (nRow < 0) return;
+    const CListCtrl list = List();
+    list.SetItemState(nRow, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
+    list.SetSelectionMark(nRow);
+    UpdateSelection(nRow);
+    // The change of the state may have come here already; the rates start over all the same.
+    m_bResetRates = 1;
+}
+
 void CMainDlg::EnableButtons(const CPortForwardOp* pOperation) const {
     const bool bRunning = pOperation && pOperation->m_bRunning != 0;
     GetDlgItem(ID_PFO_EDIT).EnableWindow(pOperation != nullptr);
