@@ -13,8 +13,10 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // the user's mask takes off what he does not want
 
+// A named pipe that nobody serves fails or reads as empty at once: a wait for its other end could not be ended, since
+// the program holds the end signals back. Ordinary files know no such wait.
 CFileHandle OpenFile(const std::string& strPath, int nFlags) {
-    return CFileHandle(open(strPath.c_str(), nFlags | O_CLOEXEC, kNewFileMode));
+    return CFileHandle(open(strPath.c_str(), nFlags | O_CLOEXEC | O_NONBLOCK, kNewFileMode));
 }
 
 int Descriptor(const CFileHandle& file) {

@@ -33,11 +33,19 @@ std::string ProtocolText(int32_t nProtocol) {
     return nProtocol == kProtocolUdp ? "UDP" : "protocol " + std::to_string(nProtocol);
 }
 
+// A host text can hold any bytes: none of them may begin a line of its own or reach the terminal as a command.
+std::string Printable(std::string strText) {
+    const auto isControl = [](char ch) { return static_cast<unsigned char>(ch) < ' ' || ch == 0x7F; };
+    std::replace_if(strText.begin(), strText.end(), isControl, '?');
+    return strText;
+}
+
 std::string Describe(CPortForwardOp* pOp) {
     const bool bClient = pOp->m_bBounce != 0 || IsBlankText(pOp->m_strRemoteHost);
     return ProtocolText(pOp->m_nProtocol) + " " + FormatIpAddress(pOp->m_dwLocalIp) + ":" +
-           std::to_string(pOp->ListenPort()) + " -> " + (bClient ? "the client's own address" : pOp->m_strRemoteHost) +
-           ":" + std::to_string(pOp->m_wRemotePort);
+           std::to_string(pOp->ListenPort()) + " -> " +
+           (bClient ? "the client's own address" : Printable(pOp->m_strRemoteHost)) + ":" +
+           std::to_string(pOp->m_wRemotePort);
 }
 
 void PrintError(const std::string& strText) {
@@ -72,11 +80,13 @@ bool CServerRun::LoadFile(const std::string& strPath) {
     }
     if (result.bOtherVersion) {
         PrintError(strPath + " is of version " + result.strVersion + ", not " + kProgramVersion +
-                   "; it is read all the same");
+                   "; it is read all the same and will not be saved over");
     }
-    m_bSave = result.status == SettingsFileStatus::Complete;
-    if (!m_bSave) PrintError(strPath + CutOffText(m_settings, result));
-    return m_bSave || m_settings.opCount > 0;
+    const bool bComplete = result.status == SettingsFileStatus::Complete;
+    if (!bComplete) PrintError(strPath + CutOffText(m_settings, result));
+    // A save in the layout of this version would lose the fields that only the other version has.
+    m_bSave = bComplete && !result.bOtherVersion;
+    return bComplete || m_settings.opCount > 0;
 }
 
 bool CServerRun::StartOperation(CPortForwardOp* pOp) {

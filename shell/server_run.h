@@ -36,6 +36,6 @@ class CServerRun {
     AppSettings m_settings;
     EngineCounters m_counters;
     LogQueue m_logQueue;
-    bool m_bSave = false;       // the file was read whole, so that it can be written over
+    bool m_bSave = false;       // the file was read whole and is of this version, so that it can be written over
     bool m_bLogWriter = false;  // the thread runs
 };

@@ -1,4 +1,5 @@
 """Saved-settings files: what is run of them, what is refused, and what the end writes back."""
+import os
 import pathlib
 import signal
 import struct
@@ -100,13 +101,29 @@ class SettingsFile(ProgramTest):
         self.assertEqual(len(program.out), 1)
         self.assertEqual(self.file.read_bytes(), settings.to_bytes()[: settings.inside_operation(1)])
 
-    def test_another_version_is_read_and_told(self):
-        tcp = self.operation("tcp")
-        program = self.start_file(self.settings(tcp, version=(1, 1)))
+    def test_another_version_is_read_told_and_never_saved(self):
+        tcp, taken = self.operation("tcp"), self.operation("tcp")
+        taken.local_port = self.tcp_server.port
+        settings = self.settings(tcp, taken, version=(1, 1))
+        program = self.start_file(settings)
         self.assertTrue(program.wait_until(lambda: len(program.err) >= 1))
-        self.assertIn("is of version 1.1, not 1.0; it is read all the same", program.err[0])
+        self.assertIn("is of version 1.1, not 1.0; it is read all the same and will not be saved over", program.err[0])
         self.assert_carries("tcp", tcp)
         self.assert_ends_orderly(program)
+        # A save would have marked the one that could not start.
+        self.assertEqual(self.file.read_bytes(), settings.to_bytes())
+
+    def test_a_pipe_in_the_place_of_the_file_is_refused_at_once(self):
+        os.mkfifo(self.file)
+        code, lines = self.refusal(self.file)
+        self.assertEqual(code, 2)
+        self.assertIn(f"{self.file} is left as it is", "\n".join(lines))
+
+    def test_a_host_text_makes_no_lines_of_its_own(self):
+        tcp = Operation(TCP, 0, "a\r\nstarted UDP\x1b[2J\x7f", 80)
+        program = self.start_file(self.settings(tcp))
+        self.assert_ends_orderly(program)
+        self.assertEqual(program.out, [f"started TCP {LOCALHOST}:{tcp.local_port} -> a??started UDP?[2J?:80"])
 
     def test_an_operation_that_cannot_start_leaves_the_others_and_is_saved_as_stopped(self):
         blocked, free = self.operation("tcp"), self.operation("udp")
