@@ -6,6 +6,7 @@
 #include "engine/host_text.h"
 #include "engine/icmp_packet.h"
 #include "engine/port_forward_op.h"
+#include "engine/session_target.h"
 #include "engine/thread_count.h"
 #include "platform/socket_end.h"
 #include "platform/threads.h"
@@ -15,14 +16,10 @@ namespace {
 constexpr size_t kBufferBytes = 65536;
 constexpr uint32_t kPollMs = 10;
 
-bool IsBounce(const CPortForwardOp& op) {
-    return op.m_bBounce != 0 || IsBlankText(op.m_strRemoteHost);
-}
-
 // The client of the first session whose datagram this is. With a fixed destination that one has been compared already;
 // otherwise the client's own address is the destination.
 std::optional<Endpoint> FindClient(CPortForwardOp& op, const QuotedDatagram& quoted) {
-    const bool bBounce = IsBounce(op);
+    const bool bBounce = IsTargetTheClient(op);
     const std::scoped_lock lock(op.m_csUdpSessions);
     for (const UdpSession* pSession = op.m_UdpSessionHead.pNext.get(); pSession != nullptr;
          pSession = pSession->pNext.get()) {
@@ -36,7 +33,7 @@ std::optional<Endpoint> FindClient(CPortForwardOp& op, const QuotedDatagram& quo
 // Whether the datagram went where the operation's datagrams go. Without a fixed destination only the port is known.
 bool IsToTarget(const CPortForwardOp& op, const QuotedDatagram& quoted) {
     uint32_t dwTarget = quoted.target.dwIp;
-    if (!IsBounce(op) && !ResolveHostAddress(op.m_strRemoteHost, &dwTarget)) return false;
+    if (!IsTargetTheClient(op) && !ResolveHostAddress(op.m_strRemoteHost, &dwTarget)) return false;
     return quoted.target == Endpoint{dwTarget, op.m_wRemotePort};
 }
 

@@ -3,9 +3,9 @@
 #include <new>
 #include <utility>
 
-#include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
+#include "engine/session_target.h"
 #include "engine/thread_count.h"
 #include "platform/threads.h"
 
@@ -35,26 +35,6 @@ bool MakeBlocks(const TcpSessionRequest& request, RelayBlocks* pBlocks) try {
     return false;
 }
 
-// The address to connect to, or Unresolved. A name is looked up anew for each session.
-SessionEventSlot FindTarget(const TcpSessionRequest& request, Endpoint* pTarget) {
-    const CPortForwardOp& op = *request.pOp;
-    pTarget->wPort = op.m_wRemotePort;
-    pTarget->dwIp = request.pSession->addrClient.dwIp;
-    if (op.m_bBounce != 0 || IsBlankText(op.m_strRemoteHost)) return SessionEventSlot::Accepted;
-    return ResolveHostAddress(op.m_strRemoteHost, &pTarget->dwIp) ? SessionEventSlot::Accepted
-                                                                  : SessionEventSlot::Unresolved;
-}
-
-SessionEventSlot ConnectOut(const TcpSessionRequest& request) {
-    Endpoint target;
-    const SessionEventSlot answer = FindTarget(request, &target);
-    if (answer != SessionEventSlot::Accepted) return answer;
-    CSocket& hServer = request.pSession->hServer;
-    if (hServer.Open(SocketKind::Tcp) != 0) return SessionEventSlot::NoSocket;
-    if (hServer.Connect(target) != 0) return SessionEventSlot::NoConnection;
-    return SessionEventSlot::Accepted;
-}
-
 void AppendNode(CPortForwardOp& op, std::unique_ptr<TcpSocketNode> pNode) {
     const std::scoped_lock lock(op.m_csTcpSockets);
     TcpSocketNode* pLast = &op.m_TcpSocketHead;
@@ -82,15 +62,16 @@ SessionEventSlot StartRelays(const TcpSessionRequest& request) {
 
 void SetUpSession(const TcpSessionRequest& request) {
     CPortForwardOp& op = *request.pOp;
-    SessionEventSlot answer = ConnectOut(request);
+    TcpSession& session = *request.pSession;
+    SessionEventSlot answer = ConnectToTarget(op, session.addrClient, SocketKind::Tcp, &session.hServer);
     if (answer == SessionEventSlot::Accepted) answer = StartRelays(request);
     if (answer == SessionEventSlot::Accepted && (op.m_bStopping != 0 || op.m_bListenerStop != 0)) {
         // A stop that began meanwhile has perhaps not found the session in the list. It ends without this event; the
         // server's relay finds its connection dead and sees to the rest.
-        request.pSession->Interrupt();
+        session.Interrupt();
         return;
     }
-    RaiseSessionEvent(op, answer, request.pSession->addrClient, kTcp);
+    RaiseSessionEvent(op, answer, session.addrClient, kTcp);
 }
 
 }  // namespace

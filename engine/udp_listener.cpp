@@ -2,10 +2,10 @@
 #include <new>
 #include <utility>
 
-#include "engine/host_text.h"
 #include "engine/icmp_forward.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
+#include "engine/session_target.h"
 #include "engine/thread_count.h"
 #include "engine/udp_session.h"
 #include "platform/threads.h"
@@ -57,24 +57,6 @@ SessionEventSlot CheckLimits(const CPortForwardOp& op) {
     return SessionEventSlot::Accepted;
 }
 
-// The destination, or Unresolved. A name is looked up anew for each session.
-SessionEventSlot FindTarget(const CPortForwardOp& op, const Endpoint& client, Endpoint* pTarget) {
-    pTarget->wPort = op.m_wRemotePort;
-    pTarget->dwIp = client.dwIp;
-    if (op.m_bBounce != 0 || IsBlankText(op.m_strRemoteHost)) return SessionEventSlot::Accepted;
-    return ResolveHostAddress(op.m_strRemoteHost, &pTarget->dwIp) ? SessionEventSlot::Accepted
-                                                                  : SessionEventSlot::Unresolved;
-}
-
-SessionEventSlot ConnectOut(const CPortForwardOp& op, const Endpoint& client, CSocket* phSocket) {
-    Endpoint target;
-    const SessionEventSlot answer = FindTarget(op, client, &target);
-    if (answer != SessionEventSlot::Accepted) return answer;
-    if (phSocket->Open(SocketKind::Udp) != 0) return SessionEventSlot::NoSocket;
-    if (phSocket->Connect(target) != 0) return SessionEventSlot::NoConnection;
-    return SessionEventSlot::Accepted;
-}
-
 // The relay's block with the session's record in it; null when there is no memory.
 std::unique_ptr<UdpRelayParams> MakeRecord(CPortForwardOp& op, const Endpoint& client, CSocket hSocket) try {
     auto pParams = std::make_unique<UdpRelayParams>();
@@ -114,7 +96,7 @@ SessionEventSlot MakeSession(CPortForwardOp& op, const Datagram& datagram) {
     SessionEventSlot answer = CheckLimits(op);
     if (answer != SessionEventSlot::Accepted) return answer;
     CSocket hSocket;
-    answer = ConnectOut(op, datagram.client, &hSocket);
+    answer = ConnectToTarget(op, datagram.client, SocketKind::Udp, &hSocket);
     if (answer != SessionEventSlot::Accepted) return answer;
     auto pParams = MakeRecord(op, datagram.client, std::move(hSocket));
     if (!pParams) return SessionEventSlot::AllocationFault;

@@ -1,5 +1,5 @@
 // The main window's rows: each stands for one operation, to which its item data points.
-#include "engine/host_text.h"
+#include "engine/session_target.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "shell/column_layout.h"
@@ -57,7 +57,7 @@ void CMainDlg::FillColumns(int nRow, const CPortForwardOp& operation) const {
     if (pszProtocol) list.SetItemText(nRow, COLUMN_PROTOCOL, pszProtocol);
     list.SetItemText(nRow, COLUMN_LOCAL_IP, FormatIpAddress(operation.m_dwLocalIp));
     list.SetItemText(nRow, COLUMN_LOCAL_PORT, std::to_string(operation.m_wLocalPort));
-    const bool bToClient = operation.m_bBounce || IsBlankText(operation.m_strRemoteHost);
+    const bool bToClient = IsTargetTheClient(operation);
     list.SetItemText(nRow, COLUMN_REMOTE_HOST, bToClient ? Text(kSlotClientAddress) : operation.m_strRemoteHost);
     list.SetItemText(nRow, COLUMN_REMOTE_PORT, std::to_string(operation.m_wRemotePort));
 }

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "engine/host_text.h"
+#include "engine/session_target.h"
 #include "language/language_store.h"
 #include "log/log_writer.h"
 #include "platform/files.h"
@@ -41,7 +41,7 @@ std::string Printable(std::string strText) {
 }
 
 std::string Describe(CPortForwardOp* pOp) {
-    const bool bClient = pOp->m_bBounce != 0 || IsBlankText(pOp->m_strRemoteHost);
+    const bool bClient = IsTargetTheClient(*pOp);
     return ProtocolText(pOp->m_nProtocol) + " " + FormatIpAddress(pOp->m_dwLocalIp) + ":" +
            std::to_string(pOp->ListenPort()) + " -> " +
            (bClient ? "the client's own address" : Printable(pOp->m_strRemoteHost)) + ":" +
