@@ -119,6 +119,6 @@ void StoreLastUsed(const PfoFields& fields, AppSettings* pSettings) {
 
 bool IsIcmpPhrase(const std::string& strText) {
     std::string strLower;
-    std::ranges::transform(strText, std::back_inserter(strLower), LowerAscii);
-    return std::ranges::find(kIcmpPhrases, strLower) != std::end(kIcmpPhrases);
+    std::transform(strText.begin(), strText.end(), std::back_inserter(strLower), LowerAscii);
+    return std::find(std::begin(kIcmpPhrases), std::end(kIcmpPhrases), strLower) != std::end(kIcmpPhrases);
 }

@@ -3,11 +3,11 @@
 #include <mutex>
 #include <optional>
 
+#include "engine/counts.h"
 #include "engine/host_text.h"
 #include "engine/icmp_packet.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_target.h"
-#include "engine/thread_count.h"
 #include "platform/socket_end.h"
 #include "platform/threads.h"
 

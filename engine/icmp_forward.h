@@ -16,6 +16,7 @@ class CPortForwardOp;
 class CIcmpForwarder {
   public:
     explicit CIcmpForwarder(CPortForwardOp* pOp) : m_pOp(pOp) {}
+    ~CIcmpForwarder() = default;
     CIcmpForwarder(const CIcmpForwarder&) = delete;
     CIcmpForwarder& operator=(const CIcmpForwarder&) = delete;
 

@@ -1,6 +1,6 @@
 #include "engine/port_forward_op.h"
 
-#include "engine/thread_count.h"
+#include "engine/counts.h"
 #include "platform/threads.h"
 
 namespace {

@@ -20,6 +20,7 @@
 #include "log/log_queue.h"
 #include "platform/shared_value.h"
 #include "platform/socket.h"
+#include "platform/thread_annotations.h"
 
 /// Values of m_nProtocol: IP protocol numbers. Every other value is kept but cannot be started.
 inline constexpr int32_t kProtocolTcp = 6;
@@ -110,16 +111,16 @@ class CPortForwardOp {
 
     std::atomic<uint8_t> m_bListenerStop = 0;  // the listener ends or has ended: no session may come up any more
     std::atomic<uint8_t> m_bUdpStop = 0;       // the UDP threads are to end; set by Stop
-    TcpSocketNode m_TcpSocketHead;             // sentinel; the links are guarded by m_csTcpSockets
     std::mutex m_csTcpSockets;
-    UdpSession m_UdpSessionHead;  // sentinel; the links are guarded by m_csUdpSessions
+    TcpSocketNode m_TcpSocketHead GUARDED_BY(m_csTcpSockets);  // sentinel; the lock guards the links behind it too
     std::mutex m_csUdpSessions;
+    UdpSession m_UdpSessionHead GUARDED_BY(m_csUdpSessions);  // the same
 
   private:
     void InterruptListener();
     void EndListenerWhile(const auto& condition);
     void EndLeftThreads();
 
-    std::shared_ptr<CSocket> m_hListenSocket;  // guarded by m_csListenSocket
     std::mutex m_csListenSocket;
+    std::shared_ptr<CSocket> m_hListenSocket GUARDED_BY(m_csListenSocket);
 };

@@ -2,10 +2,10 @@
 #include <new>
 #include <utility>
 
+#include "engine/counts.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/tcp_session.h"
-#include "engine/thread_count.h"
 #include "platform/socket_end.h"
 #include "platform/threads.h"
 

@@ -1,8 +1,8 @@
 #include "engine/tcp_session.h"
 
+#include "engine/counts.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
-#include "engine/thread_count.h"
 #include "platform/socket_end.h"
 
 namespace {
@@ -16,7 +16,7 @@ void RelayBytes(CSocket& hFrom, CSocket& hTo, std::atomic<double>& dBytes) {
     for (;;) {
         const IoResult received = hFrom.Recv(buffer, sizeof buffer);
         if (received.nBytes <= 0) return;
-        dBytes.fetch_add(received.nBytes, std::memory_order_relaxed);
+        AddBytes(dBytes, received.nBytes);
         if (hTo.Send(buffer, static_cast<size_t>(received.nBytes)).nBytes < 0) return;
     }
 }

@@ -3,10 +3,10 @@
 #include <new>
 #include <utility>
 
+#include "engine/counts.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/session_target.h"
-#include "engine/thread_count.h"
 #include "platform/threads.h"
 
 namespace {
@@ -61,7 +61,7 @@ SessionEventSlot StartRelays(const TcpSessionRequest& request) {
 }
 
 void SetUpSession(const TcpSessionRequest& request) {
-    CPortForwardOp& op = *request.pOp;
+    const CPortForwardOp& op = *request.pOp;
     TcpSession& session = *request.pSession;
     SessionEventSlot answer = ConnectToTarget(op, session.addrClient, SocketKind::Tcp, &session.hServer);
     if (answer == SessionEventSlot::Accepted) answer = StartRelays(request);

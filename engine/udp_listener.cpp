@@ -2,11 +2,11 @@
 #include <new>
 #include <utility>
 
+#include "engine/counts.h"
 #include "engine/icmp_forward.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/session_target.h"
-#include "engine/thread_count.h"
 #include "engine/udp_session.h"
 #include "platform/threads.h"
 
@@ -17,8 +17,8 @@ constexpr char kUdp[] = "UDP";
 
 // One datagram from a client; the bytes lie in the listener's buffer.
 struct Datagram {
-    const uint8_t* pBytes;
-    size_t nBytes;
+    const uint8_t* pBytes = nullptr;
+    size_t nBytes = 0;
     Endpoint client;
 };
 
@@ -82,10 +82,10 @@ void AppendSession(CPortForwardOp& op, const std::shared_ptr<UdpSession>& pSessi
     pLast->pNext = pSession;
 }
 
-// The session stands and is told of, and its relay could not be started: it has to go again. The block came back.
-void TakeBackSession(CPortForwardOp& op, const UdpRelayParams& params, const Endpoint& client) {
+// The session stands and is told of, and its relay could not be started: it has to go again.
+void TakeBackSession(CPortForwardOp& op, const UdpSession& session, const Endpoint& client) {
     RemoveThread(op);
-    RemoveSession(op, *params.pSession);
+    RemoveSession(op, session);
     RaiseSessionEvent(op, SessionEventSlot::TooManyThreads, client, kUdp);
     RemoveSessionCounts(op);
 }
@@ -100,12 +100,13 @@ SessionEventSlot MakeSession(CPortForwardOp& op, const Datagram& datagram) {
     if (answer != SessionEventSlot::Accepted) return answer;
     auto pParams = MakeRecord(op, datagram.client, std::move(hSocket));
     if (!pParams) return SessionEventSlot::AllocationFault;
-    static_cast<void>(pParams->pSession->hSocket.Send(datagram.pBytes, datagram.nBytes));
-    AppendSession(op, pParams->pSession);
+    const std::shared_ptr<UdpSession> pSession = pParams->pSession;
+    static_cast<void>(pSession->hSocket.Send(datagram.pBytes, datagram.nBytes));
+    AppendSession(op, pSession);
     AddSession(op);
     RaiseSessionEvent(op, SessionEventSlot::Accepted, datagram.client, kUdp);
     AddThread(op);
-    if (!AfxBeginThread(UdpRelayThread, std::move(pParams))) TakeBackSession(op, *pParams, datagram.client);
+    if (!AfxBeginThread(UdpRelayThread, std::move(pParams))) TakeBackSession(op, *pSession, datagram.client);
     return SessionEventSlot::Accepted;
 }
 
@@ -114,7 +115,7 @@ void HandleDatagram(CPortForwardOp& op, const Datagram& datagram) {
         RaiseSessionEvent(op, SessionEventSlot::BadIp, datagram.client, kUdp);
         return;
     }
-    op.m_dBytesFromClient.fetch_add(static_cast<double>(datagram.nBytes), std::memory_order_relaxed);
+    AddBytes(op.m_dBytesFromClient, static_cast<int32_t>(datagram.nBytes));
     if (SendThroughSession(op, datagram)) return;
     const SessionEventSlot answer = MakeSession(op, datagram);
     if (answer != SessionEventSlot::Accepted) RaiseSessionEvent(op, answer, datagram.client, kUdp);

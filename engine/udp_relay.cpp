@@ -2,9 +2,9 @@
 #include <new>
 #include <utility>
 
+#include "engine/counts.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
-#include "engine/thread_count.h"
 #include "engine/udp_session.h"
 #include "platform/socket_end.h"
 #include "platform/threads.h"
@@ -23,7 +23,7 @@ void RelayReplies(const UdpRelayParams& params, const Endpoint& client) {
     for (;;) {
         const IoResult received = session.hSocket.Recv(buffer, sizeof buffer);
         if (received.nBytes <= 0) return;
-        params.pOp->m_dBytesFromServer.fetch_add(received.nBytes, std::memory_order_relaxed);
+        AddBytes(params.pOp->m_dBytesFromServer, received.nBytes);
         session.nIdleMs = 0;
         if (params.hListen->SendTo(buffer, static_cast<size_t>(received.nBytes), client).nBytes < 0) return;
     }

@@ -111,7 +111,7 @@ void LoadGeneralTexts(AppSettings* pSettings) {
 void ApplyLanguage(AppSettings* pSettings) {
     TextTable table;
     if (pSettings->languageCode == LANGUAGE_FILE) {
-        LoadLanguageStrings(&table, nullptr, pSettings->languageFilePath.c_str());
+        LoadLanguageStrings(&table, kEnglishZone, pSettings->languageFilePath.c_str());
     } else {
         LoadLanguageStrings(&table, ZoneOfLanguage(pSettings->languageCode).pszLabel, nullptr);
     }

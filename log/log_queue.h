@@ -9,6 +9,8 @@
 #include <mutex>
 #include <string>
 
+#include "platform/thread_annotations.h"
+
 struct LogEntry {
     std::string strText;  // ANSI code page, without a line end
     std::unique_ptr<LogEntry> pNext;
@@ -30,7 +32,7 @@ class LogQueue {
 
   private:
     std::mutex m_csQueue;
-    LogEntry m_sentinel;                           // guarded by m_csQueue; its pNext is the oldest entry
+    LogEntry m_sentinel GUARDED_BY(m_csQueue);     // its pNext is the oldest entry
     std::atomic<LogEntry*> m_pTail = &m_sentinel;  // written under m_csQueue; compared without it by IsEmpty
 };
 

@@ -32,7 +32,7 @@ class CConverter {
     }
 
   private:
-    const iconv_t m_hConverter;
+    iconv_t m_hConverter;
 };
 
 // The five bytes that the code page leaves undefined stand for the control characters of the same numbers, as on Windows.
@@ -62,6 +62,6 @@ bool WideToAnsi(std::u16string_view strWide, std::string* pstrAnsi) try {
     return false;
 }
 
-bool IsLeadByte(char) {
+bool IsLeadByte(char /*ch*/) {
     return false;
 }

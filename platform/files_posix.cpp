@@ -81,14 +81,14 @@ int64_t FileSize(const std::string& strPath) {
 }
 
 std::string ModulePath() {
-    std::array<char, 10000> buffer;
+    std::array<char, 10000> buffer = {};
     const ssize_t nLength = readlink("/proc/self/exe", buffer.data(), buffer.size());
     // A text that fills the buffer may have been cut.
     if (nLength <= 0 || static_cast<size_t>(nLength) == buffer.size()) return {};
-    return std::string(buffer.data(), static_cast<size_t>(nLength));
+    return {buffer.data(), static_cast<size_t>(nLength)};
 }
 
 std::string SystemErrorText(int32_t nError) {
-    std::array<char, 256> buffer;
+    std::array<char, 256> buffer = {};
     return strerror_r(nError, buffer.data(), buffer.size());
 }

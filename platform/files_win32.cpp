@@ -91,14 +91,14 @@ int64_t FileSize(const std::string& strPath) {
 }
 
 std::string ModulePath() {
-    std::array<char, kModulePathSize> buffer;
+    std::array<char, kModulePathSize> buffer = {};
     const DWORD dwLength = GetModuleFileNameA(GetModuleHandleA(nullptr), buffer.data(), kModulePathSize);
     // A text that fills the buffer has been cut.
     return dwLength < kModulePathSize ? std::string(buffer.data(), dwLength) : std::string();
 }
 
 std::string SystemErrorText(int32_t nError) {
-    std::array<char, 1024> buffer;
+    std::array<char, 1024> buffer = {};
     const DWORD dwFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
     const DWORD dwLength = FormatMessageA(dwFlags, nullptr, static_cast<DWORD>(nError), 0, buffer.data(),
                                           static_cast<DWORD>(buffer.size()), nullptr);

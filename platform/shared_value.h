@@ -8,11 +8,14 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/thread_annotations.h"
+
 template <class T>
 class CSharedValue {
   public:
     CSharedValue() : m_pValue(std::make_shared<const T>()) {}
     explicit CSharedValue(T value) : m_pValue(std::make_shared<const T>(std::move(value))) {}
+    ~CSharedValue() = default;
     CSharedValue(const CSharedValue&) = delete;
     CSharedValue& operator=(const CSharedValue&) = delete;
 
@@ -34,5 +37,5 @@ class CSharedValue {
 
   private:
     mutable std::mutex m_csValue;
-    std::shared_ptr<const T> m_pValue;  // guarded by m_csValue
+    std::shared_ptr<const T> m_pValue GUARDED_BY(m_csValue);
 };

@@ -24,8 +24,8 @@ enum class SocketKind { Tcp, Udp, RawIcmp };
 
 /// What a transfer did: the byte count, or -1 and the system's error code.
 struct [[nodiscard]] IoResult {
-    int32_t nBytes;
-    int32_t nError;  // 0 when nBytes is 0 or more
+    int32_t nBytes = -1;
+    int32_t nError = 0;  // 0 when nBytes is 0 or more
 };
 
 class CSocket {

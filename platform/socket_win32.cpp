@@ -166,6 +166,7 @@ bool ParseIpAddress(const std::string& strText, uint32_t* pdwIp) {
 }
 
 bool ResolveHostName(const std::string& strHost, uint32_t* pdwIp) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): Winsock answers each thread in a record of its own
     const hostent* const pHost = gethostbyname(strHost.c_str());
     if (pHost == nullptr || pHost->h_addrtype != AF_INET || pHost->h_addr_list[0] == nullptr) return false;
     // The list holds addresses in network byte order, as s_addr does.

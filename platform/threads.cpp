@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -11,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/thread_annotations.h"
 #include "platform/threads_system.h"
 
 namespace {
@@ -67,8 +67,7 @@ class CThreadCache {
             pThread->bEnd = true;
             pThread->wake.release();
         }
-        std::unique_lock lock(m_csParked);
-        m_cvGone.wait(lock, [this] { return m_nReleased == 0; });
+        for (size_t nLeft = m_nReleased; nLeft != 0; nLeft = m_nReleased) m_nReleased.wait(nLeft);
     }
 
   private:
@@ -94,8 +93,7 @@ class CThreadCache {
             pThread->wake.acquire();
         }
         if (!pThread->bEnd) return true;
-        const std::scoped_lock lock(m_csParked);
-        if (--m_nReleased == 0) m_cvGone.notify_all();
+        if (m_nReleased.fetch_sub(1) == 1) m_nReleased.notify_all();
         return false;
     }
 
@@ -106,15 +104,14 @@ class CThreadCache {
     }
 
     std::mutex m_csParked;
-    std::condition_variable m_cvGone;
-    std::vector<std::shared_ptr<CachedThread>> m_parked;  // guarded by m_csParked; the last one was parked last
-    size_t m_nReleased = 0;                               // guarded by m_csParked: told to end, still on their way
+    std::vector<std::shared_ptr<CachedThread>> m_parked GUARDED_BY(m_csParked);  // the last one was parked last
+    std::atomic<size_t> m_nReleased = 0;  // told to end, still on their way; publishes nothing else
 };
 
 // Never destroyed: parked threads may still wait in it while the process ends.
 CThreadCache& Cache() {
     alignas(CThreadCache) static unsigned char storage[sizeof(CThreadCache)];
-    static CThreadCache* const pCache = new (storage) CThreadCache;
+    static auto* const pCache = new (storage) CThreadCache;
     return *pCache;
 }
 

@@ -28,13 +28,10 @@ void ContinueThread(const ThreadStart& start);
 
 template <class T>
 ThreadStart MakeThreadStart(void (*pfnProc)(std::unique_ptr<T>), T* pParam) {
-    ThreadStart start;
-    start.pfnEntry = [](void (*pfn)(), void* p) {
+    const auto pfnEntry = [](void (*pfn)(), void* p) {
         reinterpret_cast<void (*)(std::unique_ptr<T>)>(pfn)(std::unique_ptr<T>(static_cast<T*>(p)));
     };
-    start.pfnProc = reinterpret_cast<void (*)()>(pfnProc);
-    start.pParam = pParam;
-    return start;
+    return {pfnEntry, reinterpret_cast<void (*)()>(pfnProc), pParam};
 }
 
 /// Starts pfnProc(pParam) on a thread of its own. Any thread may call. False when the system gives no thread: the block
@@ -56,11 +53,8 @@ void AfxContinueThread(void (*pfnProc)(std::unique_ptr<T>), std::unique_ptr<T> p
 /// The same for a block that the caller keeps: it must outlive the thread.
 template <class T>
 [[nodiscard]] bool AfxBeginThread(void (*pfnProc)(T*), T* pParam) {
-    ThreadStart start;
-    start.pfnEntry = [](void (*pfn)(), void* p) { reinterpret_cast<void (*)(T*)>(pfn)(static_cast<T*>(p)); };
-    start.pfnProc = reinterpret_cast<void (*)()>(pfnProc);
-    start.pParam = pParam;
-    return StartThread(start);
+    const auto pfnEntry = [](void (*pfn)(), void* p) { reinterpret_cast<void (*)(T*)>(pfn)(static_cast<T*>(p)); };
+    return StartThread({pfnEntry, reinterpret_cast<void (*)()>(pfnProc), pParam});
 }
 
 /// The system's error code of a start that failed for want of a thread.

@@ -41,7 +41,7 @@ bool CreateSystemThread(void (*pfnBody)(void*), void* pParam) {
     std::unique_ptr<ThreadBody> pBody(new (std::nothrow) ThreadBody{pfnBody, pParam});
     pthread_attr_t attributes;
     if (!pBody || pthread_attr_init(&attributes) != 0) return false;
-    pthread_t thread;
+    pthread_t thread = 0;
     const bool bStarted = pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED) == 0 &&
                           pthread_attr_setstacksize(&attributes, kStackBytes) == 0 &&
                           pthread_create(&thread, &attributes, RunBody, pBody.get()) == 0;

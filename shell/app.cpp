@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint32_t kPollMs = 10;
 
-void AppMainThread(void*) {
+void AppMainThread(void* /*pParam*/) {
     AppMain(0);
 }
 
@@ -28,7 +28,7 @@ class CApp : public CWinApp {
     CApp() : CWinApp(kProgramName) {}
     bool InitInstance() override;
 };
-CApp g_app;
+CApp g_app;  // NOLINT(cert-err58-cpp): without memory for a name the program cannot run anyway
 
 bool CApp::InitInstance() {
     Enable3dControls();

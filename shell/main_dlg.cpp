@@ -31,7 +31,7 @@ constexpr uint32_t kFlagMaximised = 1;
 // Before the columns get their saved widths.
 constexpr std::array<int, kColumnCount> kInsertedWidths = {80, 80, 120, 90, 200, 150};
 
-BOOL CALLBACK AppendScreen(HMONITOR hMonitor, HDC, RECT*, LPARAM lParam) {
+BOOL CALLBACK AppendScreen(HMONITOR hMonitor, HDC /*hDc*/, RECT* /*pRect*/, LPARAM lParam) {
     MONITORINFO info = {};
     info.cbSize = sizeof info;
     if (!::GetMonitorInfoA(hMonitor, &info)) return TRUE;
@@ -206,7 +206,7 @@ bool CMainDlg::OnCommand(int nId, int nCode) {
     }
 }
 
-bool CMainDlg::OnNotify(int nId, NMHDR* pHeader, LRESULT*) {
+bool CMainDlg::OnNotify(int nId, NMHDR* pHeader, LRESULT* /*pResult*/) {
     if (nId != IDC_MAIN_LIST) return false;
     switch (pHeader->code) {
         case LVN_ITEMCHANGED:

@@ -32,7 +32,7 @@ const char* ProtocolText(int32_t nProtocol) {
 }  // namespace
 
 CListCtrl CMainDlg::List() const {
-    return CListCtrl(*this, IDC_MAIN_LIST);
+    return {*this, IDC_MAIN_LIST};
 }
 
 std::string CMainDlg::Text(uint32_t nSlot) const {

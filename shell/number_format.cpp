@@ -25,12 +25,12 @@ Scaled Scale(double dValue) {
 
 std::string Print(const Scaled& scaled, const char* pszUnit) {
     // The largest double has 309 digits ahead of the point.
-    std::array<char, 400> text;
+    std::array<char, 400> text = {};
     const int nLength =
         scaled.chPrefix == 0
             ? std::snprintf(text.data(), text.size(), "%.0f %s", scaled.dValue, pszUnit)
             : std::snprintf(text.data(), text.size(), "%.2f %c%s", scaled.dValue, scaled.chPrefix, pszUnit);
-    return std::string(text.data(), static_cast<size_t>(nLength));
+    return {text.data(), static_cast<size_t>(nLength)};
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <span>
 
 #include "shell/number_format.h"
 
@@ -17,8 +18,8 @@ double CRateAverage::Tick(double dTotal, bool bReset) {
         m_nRateCount = -1;
         m_dLastTotal = dTotal;
     } else if (m_nRateCount > 0) {
-        const auto itEnd = m_rateHistory.begin() + m_nRateCount;
-        std::copy_backward(m_rateHistory.begin(), itEnd, itEnd + 1);
+        const auto kept = std::span(m_rateHistory).first(static_cast<size_t>(m_nRateCount));
+        std::copy_backward(kept.begin(), kept.end(), m_rateHistory.begin() + m_nRateCount + 1);
     }
     m_rateHistory[0] = dTotal - m_dLastTotal;
     m_dLastTotal = dTotal;

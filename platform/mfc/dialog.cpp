@@ -138,7 +138,7 @@ bool CDialog::Translate(MSG* pMessage) {
     }
 }
 
-INT_PTR CALLBACK CDialog::FirstProc(HWND hWnd, UINT nMessage, WPARAM, LPARAM) {
+INT_PTR CALLBACK CDialog::FirstProc(HWND hWnd, UINT nMessage, WPARAM /*wParam*/, LPARAM /*lParam*/) {
     // The dialog that is being created is the innermost one, and the only one without a window.
     CDialog* pDialog = t_pInnermost;
     if (nMessage != WM_INITDIALOG || !pDialog || pDialog->m_hWnd) return FALSE;
@@ -219,11 +219,11 @@ bool CDialog::OnInitDialog() {
     return true;
 }
 
-bool CDialog::OnCommand(int, int) {
+bool CDialog::OnCommand(int /*nId*/, int /*nCode*/) {
     return false;
 }
 
-bool CDialog::OnNotify(int, NMHDR*, LRESULT*) {
+bool CDialog::OnNotify(int /*nId*/, NMHDR* /*pHeader*/, LRESULT* /*pResult*/) {
     return false;
 }
 

@@ -27,14 +27,14 @@ class CHeadReader {
         return true;
     }
     bool SkipText() {
-        uint16_t wUnit;
+        uint16_t wUnit = 0;
         do {
             if (!Read(&wUnit)) return false;
         } while (wUnit != 0);
         return true;
     }
     bool SkipTextOrNumber() {
-        uint16_t wUnit;
+        uint16_t wUnit = 0;
         if (!Read(&wUnit)) return false;
         if (wUnit == kOrdinal) return Read(&wUnit);
         return wUnit == 0 || SkipText();
@@ -92,7 +92,7 @@ bool CDialogTemplate::ReadHead(Head* pHead) const {
     pHead->nFont = pHead->nFace = pHead->nHeadEnd = reader.Position();
     pHead->bHasFont = (m_bytes[pHead->nStyle] & DS_SETFONT) != 0;
     if (!pHead->bHasFont) return true;
-    uint16_t wUnit;
+    uint16_t wUnit = 0;
     const int nUnits = pHead->bExtended ? 3 : 1;
     for (int i = 0; i < nUnits; ++i) {
         if (!reader.Read(&wUnit)) return false;
@@ -130,7 +130,7 @@ std::wstring CDialogTemplate::FontFace() const {
     std::wstring strFace;
     if (!ReadHead(&head) || !head.bHasFont) return strFace;
     CHeadReader reader(m_bytes, head.nFace);
-    uint16_t wUnit;
+    uint16_t wUnit = 0;
     while (reader.Read(&wUnit) && wUnit != 0) strFace.push_back(static_cast<wchar_t>(wUnit));
     return strFace;
 }

@@ -8,7 +8,7 @@
 void ReportCaughtException(const char* pszWhere) noexcept {
     char szLine[512];  // no allocation here: the exception may be about memory
     try {
-        throw;
+        throw;  // cppcheck-suppress rethrowNoCurrentException
     } catch (const std::exception& error) {
         std::snprintf(szLine, sizeof(szLine), "%s: %s\n", pszWhere, error.what());
     } catch (...) {

@@ -23,6 +23,7 @@ struct FileDialogOptions {
 class CFileDialog {
   public:
     explicit CFileDialog(FileDialogOptions options);
+    ~CFileDialog() = default;
     CFileDialog(const CFileDialog&) = delete;
     CFileDialog& operator=(const CFileDialog&) = delete;
 

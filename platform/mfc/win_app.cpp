@@ -51,9 +51,10 @@ int AfxMessageBox(const std::string& strText, UINT nFlags) {
 }
 
 // In this file so that whoever links an application object gets it too.
-int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR pszCommandLine, int) {
+// NOLINTNEXTLINE(readability-non-const-parameter): the system's signature
+int WINAPI WinMain(HINSTANCE /*hInstance*/, HINSTANCE /*hPrevInstance*/, LPSTR lpCmdLine, int /*nShowCmd*/) {
     CWinApp* pApp = AfxGetApp();
     if (!pApp) return -1;
-    if (pszCommandLine) pApp->m_lpCmdLine = pszCommandLine;
+    if (lpCmdLine) pApp->m_lpCmdLine = lpCmdLine;
     return pApp->InitInstance() ? pApp->Run() : 0;
 }

@@ -189,7 +189,10 @@ void EngineTest::ExpectStopped(CPortForwardOp& op) {
     EXPECT_EQ(op.m_nThreads, 0);
     EXPECT_EQ(op.m_nSessions, 0);
     EXPECT_EQ(op.m_nActiveSessions, 0);
-    EXPECT_EQ(op.m_TcpSocketHead.pNext, nullptr);
-    EXPECT_EQ(op.m_UdpSessionHead.pNext, nullptr);
+    EXPECT_FALSE(op.HasTcpSessions());
+    {
+        const std::scoped_lock lock(op.m_csUdpSessions);
+        EXPECT_EQ(op.m_UdpSessionHead.pNext, nullptr);
+    }
     EXPECT_EQ(op.ListenSocket(), nullptr);
 }

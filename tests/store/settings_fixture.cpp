@@ -9,7 +9,8 @@ namespace {
 
 TextTable Texts(const std::string& strWord) {
     TextTable texts;
-    for (const uint32_t nSlot : {30, 31, 64, 65, 66, 215, 216}) texts.SetText(nSlot, strWord + std::to_string(nSlot));
+    for (const uint32_t nSlot : {30U, 31U, 64U, 65U, 66U, 215U, 216U})
+        texts.SetText(nSlot, strWord + std::to_string(nSlot));
     return texts;
 }
 
