@@ -161,6 +161,9 @@ class EchoServer:
             connection.close()
 
     def close(self):
+        """Once or more often."""
+        if self.socket.fileno() < 0:
+            return
         self.wake.send(b"x")
         self.thread.join(DEADLINE)
         self.selector.close()
