@@ -1,10 +1,11 @@
 """The network of the tests of ICMP errors, and the errors as bytes.
 
-    client (near) --- .1.0/24 --+
-                                forwarder --- .3.0/24 --- router --- .4.0/24 --- server
-    other client  --- .2.0/24 --+
+    near  --- 10.77.1.0/24 --+
+                             forwarder --- 10.77.3.0/24 --- router --- 10.77.4.0/24 --- far
+    other --- 10.77.2.0/24 --+
 
-The hosts' own kernels make the real errors, and take those that the program forwards.
+Clients run on near and other, servers on far. The kernels of these hosts make the real errors, and judge those that the
+program forwards.
 """
 import dataclasses
 import errno
@@ -15,12 +16,13 @@ from network import Network
 from program import DEADLINE, Client, EchoServer, ProgramTest
 from settings_writer import UDP, Operation, Settings
 
-NEAR_CLIENT, TOWARD_NEAR = "10.77.1.2", "10.77.1.1"  # of a client, and of the forwarder on the same cable
-OTHER_CLIENT, TOWARD_OTHER = "10.77.2.2", "10.77.2.1"
-TOWARD_ROUTER, ROUTER = "10.77.3.1", "10.77.3.2"
-TOWARD_SERVER, SERVER = "10.77.4.1", "10.77.4.2"
+# Both ends of each cable; the names that begin with TOWARD stand for the forwarder or the router.
+NEAR, TOWARD_NEAR = "10.77.1.2", "10.77.1.1"
+OTHER, TOWARD_OTHER = "10.77.2.2", "10.77.2.1"
+ROUTER, TOWARD_ROUTER = "10.77.3.2", "10.77.3.1"
+FAR, TOWARD_FAR = "10.77.4.2", "10.77.4.1"
 OUTER_HEADER = 20
-IP_RECVERR = 11  # linux/in.h
+IP_RECVERR, IP_MTU = 11, 14  # linux/in.h
 
 
 def checksum(data):
@@ -32,8 +34,8 @@ def checksum(data):
 
 
 def forwarded(packet, client, listener):
-    """The ICMP message that a client is to get for this packet, as a raw socket gives it; two pairs of address and
-    port."""
+    """The ICMP message that a client is to get for this packet (as a raw socket gives it). Client and listener are pairs
+    of address and port."""
     header = packet[28:38] + b"\0\0" + socket.inet_aton(client[0]) + socket.inet_aton(listener[0])
     header = header[:10] + checksum(header) + header[12:]
     udp = struct.pack("!HH", client[1], listener[1]) + packet[52:54] + b"\0\0"
@@ -64,6 +66,19 @@ class Error:
         return message[:2] + checksum(message) + message[4:]
 
 
+def with_outer_options(options, message):
+    """A packet to the forwarder whose own header has options; its source address is the sender's."""
+    header = struct.pack("!BBHHHBB2x4s4s", 0x45 + len(options) // 4, 0, 0, 0, 0, 64, socket.IPPROTO_ICMP, bytes(4),
+                         socket.inet_aton(TOWARD_ROUTER))  # fmt: skip
+    return header + options + message
+
+
+def with_rights(*options):
+    """What to start the program through. It ends with the test even if that is killed: a program that runs on would
+    keep its host."""
+    return ("setpriv", "--pdeathsig", "KILL", *options)
+
+
 class Capture:
     """All ICMP messages that a host gets from now on, each with its outer header."""
 
@@ -81,23 +96,32 @@ class Capture:
 
 @dataclasses.dataclass
 class Session:
+    """Pairs of address and port, but for the client's socket."""
+
     client: Client
-    client_end: tuple  # address and port
+    client_end: tuple
     listener: tuple  # as the client reaches it
     forwarder_end: tuple  # of the session's own socket, as the server sees it
     target: tuple
 
-    def send(self):
-        self.client.socket.send(b"into the void")
+    def send(self, size=13):
+        self.client.socket.send(bytes(size))
 
     def error(self):
-        """The errno of what the kernel of the client hands to its socket next."""
+        """The name of the error that the client's kernel hands to its socket next."""
         try:
             return f"{self.client.socket.recv(65536)} and no error"
         except OSError as error:
             return errno.errorcode.get(error.errno, str(error))
 
-    def quoted(self, **fields):
+    def hear_passing_errors(self):
+        """Those that a datagram socket is not bothered with unless it asks for them: all that may go away again."""
+        self.client.socket.setsockopt(socket.IPPROTO_IP, IP_RECVERR, 1)
+
+    def path_mtu(self):
+        return self.client.socket.getsockopt(socket.IPPROTO_IP, IP_MTU)
+
+    def about(self, **fields):
         """An error about a datagram that the forwarder sent for this session."""
         return Error(**{"source": self.forwarder_end, "target": self.target, **fields})
 
@@ -110,56 +134,65 @@ class IcmpTest(ProgramTest):
         self.network = Network()
         self.addCleanup(self.network.close)
         self.near, self.other, self.forwarder, self.router, self.far = (self.network.host() for _ in range(5))
-        self.network.cable(self.near, f"{NEAR_CLIENT}/24", self.forwarder, f"{TOWARD_NEAR}/24")
-        self.network.cable(self.other, f"{OTHER_CLIENT}/24", self.forwarder, f"{TOWARD_OTHER}/24")
+        self.network.cable(self.near, f"{NEAR}/24", self.forwarder, f"{TOWARD_NEAR}/24")
+        self.network.cable(self.other, f"{OTHER}/24", self.forwarder, f"{TOWARD_OTHER}/24")
         self.network.cable(self.forwarder, f"{TOWARD_ROUTER}/24", self.router, f"{ROUTER}/24")
-        self.router_cable, _ = self.network.cable(self.router, f"{TOWARD_SERVER}/24", self.far, f"{SERVER}/24")
+        self.router_cable, _ = self.network.cable(self.router, f"{TOWARD_FAR}/24", self.far, f"{FAR}/24")
         self.router.set("ipv4/ip_forward", 1)
         for host, gateway in ((self.near, TOWARD_NEAR), (self.other, TOWARD_OTHER), (self.forwarder, ROUTER),
-                              (self.far, TOWARD_SERVER)):  # fmt: skip
+                              (self.far, TOWARD_FAR)):  # fmt: skip
             host.ip(f"route add default via {gateway}")
         self.network.wait_connected()
 
-    def echo_server(self, host=None, ip=SERVER):
+    def echo_server(self, host=None, ip=FAR, port=0):
         with (host or self.far).entered():
-            server = EchoServer("udp", ip=ip)
+            server = EchoServer("udp", ip, port)
         self.addCleanup(server.close)
         return server
 
-    def operation(self, port, **fields):
-        return Operation(UDP, 0, **{"remote_host": SERVER, "remote_port": port, "local_ip": "0.0.0.0",
+    def operation(self, server, **fields):
+        return Operation(UDP, 0, **{"remote_host": FAR, "remote_port": server.port, "local_ip": "0.0.0.0",
                                     "forward_icmp": True, **fields})  # fmt: skip
 
-    def forward(self, *operations, **settings):
+    def forward(self, *operations, rights=(), **settings):
         with self.forwarder.entered():
-            return self.start_file(Settings(list(operations), **settings))
+            return self.start_file(Settings(list(operations), **settings), through=with_rights(*rights))
+
+    def session(self, operation, server, host=None, listener=TOWARD_NEAR):
+        """A session that has carried a datagram each way: errors about it find their client."""
+        with (host or self.near).entered():
+            client = Client("udp", operation.local_port, ip="0.0.0.0", to_ip=listener)
+        self.addCleanup(client.close)
+        self.assertEqual(client.echo(b"there and back"), b"there and back")
+        return Session(client, client.socket.getsockname(), (listener, operation.local_port), server.clients[-1],
+                       server.socket.getsockname())  # fmt: skip
+
+    def begin(self, server, **fields):
+        """One operation to that server, one session of it, and captures of what the forwarder and the client get."""
+        rule = self.operation(server, **fields)
+        self.program = self.forward(rule, log_path=str(self.log))
+        self.mine = self.session(rule, server)
+        self.came, self.told = self.capture(self.forwarder), self.capture(self.near)
 
     def capture(self, host):
         capture = Capture(host)
         self.addCleanup(capture.close)
         return capture
 
-    def session(self, operation, server, host=None, listener=TOWARD_NEAR):
-        """A session that has carried a datagram each way. Errors that leave the socket usable are told as well."""
-        with (host or self.near).entered():
-            client = Client("udp", operation.local_port, ip="0.0.0.0", to_ip=listener)
-        self.addCleanup(client.close)
-        client.socket.setsockopt(socket.IPPROTO_IP, IP_RECVERR, 1)
-        self.assertEqual(client.echo(b"there and back"), b"there and back")
-        target = (SERVER if not operation.bounce else client.socket.getsockname()[0], server.port)
-        return Session(client, client.socket.getsockname(), (listener, operation.local_port), server.clients[-1], target)
-
-    def send_error(self, error, host=None):
-        """Sends it to the forwarder; bytes are those of the ICMP message."""
+    def send_icmp(self, data, host=None, whole=False):
+        """Sends an Error or the bytes of a message to the forwarder, or with `whole` those of a packet."""
         with (host or self.far).entered():
             raw = socket.socket(type=socket.SOCK_RAW, proto=socket.IPPROTO_ICMP)
         with raw:
-            raw.sendto(error if isinstance(error, bytes) else error.to_bytes(), (TOWARD_ROUTER, 0))
+            raw.setsockopt(socket.IPPROTO_IP, socket.IP_HDRINCL, whole)
+            raw.sendto(data.to_bytes() if isinstance(data, Error) else data, (TOWARD_ROUTER, 0))
 
-    def assert_told(self, capture, packet, session, listener=None):
-        """The next message of the capture is what the session's client is to get for the packet."""
-        told = capture.next()
+    def assert_told(self, told, packet, session, listener=None):
+        """The next message that the capture `told` holds is the one that the session's client is to get for the packet,
+        and comes from the address that it names as the listener's."""
+        message = told.next()
         listener = listener or session.listener
-        outer = (told[0], told[9], socket.inet_ntoa(told[12:16]), socket.inet_ntoa(told[16:20]))
+        outer = (message[0], message[9], socket.inet_ntoa(message[12:16]), socket.inet_ntoa(message[16:20]))
         self.assertEqual(outer, (0x45, socket.IPPROTO_ICMP, listener[0], session.client_end[0]))
-        self.assertEqual(told[OUTER_HEADER:].hex(" "), forwarded(packet, session.client_end, listener).hex(" "))
+        expected = forwarded(packet, session.client_end, listener)
+        self.assertEqual(message[OUTER_HEADER:].hex(" "), expected.hex(" "))
