@@ -50,7 +50,8 @@ class CSocket {
     /// The local address that Bind or Connect gave the socket.
     [[nodiscard]] int32_t LocalEndpoint(Endpoint* pLocal) const;
 
-    /// The local address that the system would send from toward this one; 0 if it knows no way. Both in network byte order.
+    /// The local address that the system would send from toward this one; this one itself if it knows no way. Both in
+    /// network byte order.
     uint32_t LocalAddressToward(uint32_t dwIp) const;
 
     /// Blocks for data. 0 bytes is the orderly end of a TCP connection or a datagram without content; a socket that was
@@ -81,6 +82,8 @@ class CSocket {
 bool IsNotSocketError(int32_t nError);
 /// The code by which a datagram socket tells that an earlier datagram found no receiver.
 bool IsConnectionResetError(int32_t nError);
+/// The code by which the system keeps a raw socket from a process that has no right to one.
+bool IsRawSocketRefusal(int32_t nError);
 /// An accept failed for want of handles or memory, or because its one connection was gone again: the listener is sound.
 bool IsTemporaryAcceptError(int32_t nError);
 

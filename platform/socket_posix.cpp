@@ -114,8 +114,8 @@ uint32_t CSocket::LocalAddressToward(uint32_t dwIp) const {
     constexpr uint16_t kAnyPort = 9;
     CSocket hProbe;
     Endpoint local;
-    if (hProbe.Open(SocketKind::Udp) != 0 || hProbe.Connect({dwIp, kAnyPort}) != 0) return 0;
-    return hProbe.LocalEndpoint(&local) == 0 ? local.dwIp : 0;
+    if (hProbe.Open(SocketKind::Udp) != 0 || hProbe.Connect({dwIp, kAnyPort}) != 0) return dwIp;
+    return hProbe.LocalEndpoint(&local) == 0 ? local.dwIp : dwIp;
 }
 
 IoResult CSocket::Recv(void* pBuffer, size_t nSize) {
@@ -184,6 +184,10 @@ bool IsNotSocketError(int32_t nError) {
 
 bool IsConnectionResetError(int32_t nError) {
     return nError == ECONNRESET || nError == ECONNREFUSED;
+}
+
+bool IsRawSocketRefusal(int32_t nError) {
+    return nError == EPERM;
 }
 
 bool IsTemporaryAcceptError(int32_t nError) {

@@ -95,7 +95,7 @@ uint32_t CSocket::LocalAddressToward(uint32_t dwIp) const {
     DWORD dwBytes = 0;
     const int nResult = WSAIoctl(Handle(m_hSocket), SIO_ROUTING_INTERFACE_QUERY, &peer, sizeof peer, &local,
                                  sizeof local, &dwBytes, nullptr, nullptr);
-    return nResult == 0 ? FromSystemAddress(local).dwIp : 0;
+    return nResult == 0 ? FromSystemAddress(local).dwIp : dwIp;
 }
 
 IoResult CSocket::Recv(void* pBuffer, size_t nSize) {
@@ -147,6 +147,10 @@ bool IsNotSocketError(int32_t nError) {
 // An ICMP port-unreachable shows as the first on Windows and as the second under Wine.
 bool IsConnectionResetError(int32_t nError) {
     return nError == WSAECONNRESET || nError == WSAECONNREFUSED;
+}
+
+bool IsRawSocketRefusal(int32_t nError) {
+    return nError == WSAEACCES;
 }
 
 bool IsTemporaryAcceptError(int32_t nError) {

@@ -96,7 +96,8 @@ bool CServerRun::StartOperation(CPortForwardOp* pOp) {
     }
     const std::string strReason =
         pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
-    const char* const pszHint = pOp->m_bForwardIcmp != 0 ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
+    const bool bNoRawSocket = pOp->m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
+    const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
     PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
     return false;
 }

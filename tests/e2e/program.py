@@ -42,12 +42,12 @@ def wait_for(condition, what):
 
 
 class Program:
-    """One run. The lines of both outputs are kept as they come."""
+    """One run, by way of a command that ends in it if one is given. The lines of both outputs are kept as they come."""
 
-    def __init__(self, *arguments, soft_file_limit=None):
+    def __init__(self, *arguments, soft_file_limit=None, through=()):
         limit = [] if soft_file_limit is None else ["sh", "-c", f'ulimit -Sn {soft_file_limit} && exec "$@"', "sh"]
         self.process = subprocess.Popen(
-            [*limit, PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            [*limit, *through, PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.PIPE, env=ENVIRONMENT, text=True, encoding="cp1252",
         )  # fmt: skip
         self.out, self.err = [], []
@@ -161,6 +161,9 @@ class EchoServer:
             connection.close()
 
     def close(self):
+        """Once or more often."""
+        if self.socket.fileno() < 0:
+            return
         self.wake.send(b"x")
         self.thread.join(DEADLINE)
         self.selector.close()
@@ -224,9 +227,9 @@ class ProgramTest(unittest.TestCase):
         self.addCleanup(program.kill)
         return program
 
-    def refusal(self, *arguments):
+    def refusal(self, *arguments, **limits):
         """Exit code and lines on standard error of a run that is to end by itself."""
-        program = self.run_program(*arguments)
+        program = self.run_program(*arguments, **limits)
         code = program.exit_code()
         self.assertEqual(program.out, [])
         return code, program.err

@@ -35,3 +35,12 @@ TEST_F(EngineTest, AClosedRemotePortReachesTheClientsOwnSocket) {
         ExpectStopped(op);
     }
 }
+
+TEST_F(EngineTest, AClientWithoutAWayIsItsOwnLocalAddress) {
+    CSocket hAny;
+    uint32_t dwLoopback = 0;
+    ASSERT_TRUE(ParseIpAddress("127.0.0.1", &dwLoopback));
+    EXPECT_EQ(hAny.LocalAddressToward(dwLoopback), dwLoopback);
+    const uint32_t dwNowhere = 0xFFFFFFFF;  // a datagram socket is refused the broadcast address
+    EXPECT_EQ(hAny.LocalAddressToward(dwNowhere), dwNowhere);
+}
