@@ -1,11 +1,9 @@
 #include "engine/icmp_forward.h"
 
 #include <mutex>
-#include <optional>
 
 #include "engine/counts.h"
 #include "engine/host_text.h"
-#include "engine/icmp_packet.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_target.h"
 #include "platform/socket_end.h"
@@ -40,8 +38,8 @@ bool IsToTarget(const CPortForwardOp& op, const QuotedDatagram& quoted) {
 void ForwardError(CIcmpForwarder& forwarder, std::span<const uint8_t> packet) {
     CPortForwardOp& op = forwarder.Op();
     const auto quoted = ReadIcmpError(packet);
-    if (!quoted || !IsToTarget(op, *quoted)) return;
-    const auto client = FindClient(op, *quoted);
+    if (!quoted) return;
+    const auto client = FindClientOfDatagram(op, *quoted);
     if (!client) return;
     const Endpoint listener = {forwarder.Socket().LocalAddressToward(client->dwIp), op.ListenPort()};
     const auto message = BuildIcmpMessage(packet, *client, listener);
@@ -49,6 +47,11 @@ void ForwardError(CIcmpForwarder& forwarder, std::span<const uint8_t> packet) {
 }
 
 }  // namespace
+
+std::optional<Endpoint> FindClientOfDatagram(CPortForwardOp& op, const QuotedDatagram& quoted) {
+    if (!IsToTarget(op, quoted)) return {};
+    return FindClient(op, quoted);
+}
 
 int32_t CIcmpForwarder::Start() {
     int32_t nError = m_hIcmpSocket.Open(SocketKind::RawIcmp);

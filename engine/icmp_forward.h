@@ -6,8 +6,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
+#include <optional>
 
+#include "engine/icmp_packet.h"
 #include "platform/socket.h"
 
 class CPortForwardOp;
@@ -38,6 +39,10 @@ class CIcmpForwarder {
     std::atomic<uint8_t> m_bEnd = 0;          // set by the listener's thread, read by the thread
     std::atomic<uint8_t> m_bIcmpRunning = 0;  // the thread is alive; set by its creator, cleared by the thread
 };
+
+/// The client of the first session of the operation that sent the datagram; empty when none did. The name of a fixed
+/// destination is looked up anew: blocks. Any thread.
+std::optional<Endpoint> FindClientOfDatagram(CPortForwardOp& op, const QuotedDatagram& quoted);
 
 /// Thread procedure; counted by its creator.
 void IcmpForwardThread(CIcmpForwarder* pForwarder);

@@ -1,6 +1,7 @@
 #include "log/log_format.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -9,10 +10,17 @@ constexpr char kPercentPlace[] = "\r\n";
 
 // Every occurrence from the left; what is put in is not looked at again.
 void Replace(std::string* pstrText, const std::string& strOld, const std::string& strNew) {
-    for (size_t nAt = pstrText->find(strOld); nAt != std::string::npos; nAt = pstrText->find(strOld, nAt)) {
-        pstrText->replace(nAt, strOld.size(), strNew);
-        nAt += strNew.size();
+    size_t nAt = pstrText->find(strOld);
+    if (nAt == std::string::npos) return;
+    std::string strResult;
+    size_t nFrom = 0;
+    for (; nAt != std::string::npos && strResult.size() < kMaxLogLine; nAt = pstrText->find(strOld, nFrom)) {
+        strResult.append(*pstrText, nFrom, nAt - nFrom).append(strNew);
+        nFrom = nAt + strOld.size();
     }
+    strResult.append(*pstrText, nFrom);
+    if (strResult.size() > kMaxLogLine) strResult.resize(kMaxLogLine);
+    *pstrText = std::move(strResult);
 }
 
 std::string FormatNumber(const char* pszFormat, uint32_t nValue) {

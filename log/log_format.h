@@ -2,11 +2,16 @@
 // state is kept between calls, so that many threads can call at once.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "platform/clock.h"
 #include "platform/socket.h"
+
+/// Lines are cut at this many bytes, more than any text of a settings file has. Values are put into values, so that a
+/// few hostile texts would otherwise fill the memory.
+inline constexpr size_t kMaxLogLine = 1'048'576;
 
 /// What a log line can tell of one session event.
 struct SessionEvent {

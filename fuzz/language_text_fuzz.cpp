@@ -1,0 +1,162 @@
+// Language texts of any content: as a file that the user named, and as a table with zones. The parser is compared with a
+// second one, written after the description of the format.
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <vector>
+
+#include "fuzz/fuzz_check.h"
+#include "fuzz/fuzz_file.h"
+#include "language/language_store.h"
+#include "language/zones.h"
+#include "log/log_format.h"
+#include "platform/code_page.h"
+#include "platform/message_box.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+using Slots = std::map<int64_t, std::string>;  // those that hold a text
+
+constexpr char kMark[] = "\r\n[";
+
+bool ShowNothing(const Message&) {
+    return true;
+}
+
+std::string ToAnsi(const std::vector<uint8_t>& bytes) {
+    std::u16string strWide;
+    for (size_t n = 1; n < bytes.size(); n += 2) {
+        strWide += static_cast<char16_t>(bytes[n - 1] + 256 * bytes[n]);
+    }
+    std::string strAnsi;
+    Check(WideToAnsi(strWide, &strAnsi), "a conversion finds memory");
+    Check(strAnsi.size() == strWide.size(), "each unit becomes one byte");
+    for (size_t n = 0; n < strAnsi.size(); ++n) {
+        const auto bByte = static_cast<uint8_t>(strAnsi[n]);
+        Check(strWide[n] < 0x80 ? bByte == strWide[n] : bByte >= 0x80, "ASCII stays, and nothing else becomes ASCII");
+    }
+    return strAnsi;
+}
+
+Texts Split(const std::string& strText) {
+    Texts pieces(1);
+    size_t nFrom = 0;
+    for (size_t nAt; (nAt = strText.find(kMark, nFrom)) != std::string::npos; nFrom = nAt + 3) {
+        pieces.back() = strText.substr(nFrom, nAt - nFrom);
+        pieces.emplace_back();
+    }
+    pieces.back() = strText.substr(nFrom);
+    return pieces;
+}
+
+int64_t SlotOf(const std::string& strKey) {
+    constexpr int64_t kTooLarge = 1'000'000;
+    size_t n = 0;
+    while (n < strKey.size() && std::isspace(static_cast<unsigned char>(strKey[n])) != 0) ++n;
+    const bool bMinus = n < strKey.size() && strKey[n] == '-';
+    if (n < strKey.size() && (strKey[n] == '-' || strKey[n] == '+')) ++n;
+    int64_t nSlot = 0;
+    for (; n < strKey.size() && '0' <= strKey[n] && strKey[n] <= '9'; ++n) {
+        nSlot = std::min(nSlot * 10 + (strKey[n] - '0'), kTooLarge);
+    }
+    return bMinus ? -nSlot : nSlot;
+}
+
+std::string WithoutEscapes(const std::string& strText) {
+    const std::string strCodes = "rnt\"'";
+    const std::string strValues = "\r\n\t\"'";
+    std::string strResult;
+    for (size_t n = 0; n < strText.size(); ++n) {
+        const size_t nCode =
+            strText[n] == '\\' && n + 1 < strText.size() ? strCodes.find(strText[n + 1]) : std::string::npos;
+        strResult += nCode == std::string::npos ? strText[n] : strValues[nCode];
+        if (nCode != std::string::npos) ++n;
+    }
+    return strResult;
+}
+
+std::string ValueOf(const std::string& strEntry, size_t nKeyEnd, bool bLast) {
+    std::string strValue = WithoutEscapes(strEntry.substr(std::min(nKeyEnd + 2, strEntry.size())));
+    while (bLast && !strValue.empty() && std::string("\r\n\t ").find(strValue.back()) != std::string::npos) {
+        strValue.pop_back();
+    }
+    return strValue.c_str();
+}
+
+Slots Model(const std::string& strText) {
+    Slots slots;
+    const Texts pieces = Split(strText);
+    for (size_t n = 1; n < pieces.size(); ++n) {
+        std::string strEntry = pieces[n];
+        // A key ends at its bracket, even if that stands lines further on.
+        while (strEntry.find(']') == std::string::npos) {
+            if (++n == pieces.size()) return slots;
+            strEntry += kMark + pieces[n];
+        }
+        const size_t nKeyEnd = strEntry.find(']');
+        const std::string strKey = strEntry.substr(0, nKeyEnd);
+        if (strKey.find_first_of("0123456789") == std::string::npos) return slots;
+        const int64_t nSlot = SlotOf(strKey);
+        if (nSlot < 0 || nSlot >= kSlotCount) continue;
+        slots[nSlot] = ValueOf(strEntry, nKeyEnd, n + 1 == pieces.size());
+    }
+    return slots;
+}
+
+void CheckTable(const TextTable& table, const Slots& expected) {
+    for (uint32_t nSlot = 0; nSlot < kSlotCount; ++nSlot) {
+        const std::string& strText = table.Text(nSlot);
+        Check(strText.c_str()[strText.size()] == 0 && strText.find('\0') == std::string::npos,
+              "a text ends at a zero byte");
+        const auto entry = expected.find(nSlot);
+        Check(entry == expected.end() ? strText.empty() : strText == entry->second,
+              "a slot holds what the format says");
+    }
+    for (const uint32_t nSlot : {kSlotCount, kSlotCount + 1, UINT32_MAX}) {
+        Check(table.Text(nSlot).empty(), "a number outside the table reads as the empty text");
+    }
+}
+
+// What the program expands: the default templates of the log, with the words of its events.
+void CheckLogTexts(const TextTable& table) {
+    if (table.Text(31).empty()) return;
+    for (uint32_t nSlot = 134; nSlot <= 143; ++nSlot) {
+        SessionEvent event;
+        event.strEvent = table.Text(nSlot);
+        event.strRemoteHost = table.Text(119);
+        event.strProtocol = "UDP";
+        const std::string strLine = FormatLogEntry(table.Text(31), table.Text(30), event, {2006, 3, 4, 13, 5, 9, 42});
+        Check(strLine.size() <= kMaxLogLine, "a line is no longer than a line may be");
+    }
+}
+
+void CheckFile(const std::vector<uint8_t>& bytes, const std::string& strText) {
+    // Nothing in the file means English, which other tests see to.
+    if (bytes.empty()) return;
+    static const CFuzzFile file;
+    file.Write(bytes);
+    TextTable table;
+    LoadLanguageStrings(&table, nullptr, file.Path().c_str());
+    CheckTable(table, Model(strText));
+    CheckLogTexts(table);
+}
+
+void CheckZone(const std::vector<uint8_t>& bytes, std::string strText) {
+    if (!strText.empty()) strText.pop_back();
+    TextTable table;
+    LoadLanguageZone(&table, kEnglishZone, bytes);
+    const size_t nLabel = strText.find(kEnglishZone);
+    CheckTable(table, nLabel == std::string::npos ? Slots() : Model(strText.substr(nLabel + sizeof kEnglishZone - 1)));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
+    SetMessageHandler(ShowNothing);
+    const std::vector<uint8_t> bytes(pData, pData + nSize);
+    const std::string strText = ToAnsi(bytes);
+    CheckFile(bytes, strText);
+    CheckZone(bytes, strText);
+    return 0;
+}
