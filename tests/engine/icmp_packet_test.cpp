@@ -2,7 +2,9 @@
 
 #include <vector>
 
+#include "engine/icmp_forward.h"
 #include "engine/icmp_packet.h"
+#include "engine/port_forward_op.h"
 
 namespace {
 
@@ -17,6 +19,18 @@ std::vector<uint8_t> Error() {
 
 Endpoint At(uint32_t dwNumber, uint16_t wPort) {
     return {IpFromNumber(dwNumber), wPort};
+}
+
+// Sessions of three clients. All but the first have the local port of the datagram in Error.
+void AddSessions(CPortForwardOp* pOp) {
+    std::shared_ptr<UdpSession>* ppLink = &pOp->m_UdpSessionHead.pNext;
+    for (const uint16_t wNumber : {uint16_t{1}, uint16_t{2}, uint16_t{3}}) {
+        *ppLink = std::make_shared<UdpSession>();
+        (*ppLink)->dwClientIp = IpFromNumber(0x0A000007U + wNumber);
+        (*ppLink)->wClientPort = static_cast<uint16_t>(1000 + wNumber);
+        (*ppLink)->wLocalPort = wNumber == 1 ? 0x1235 : 0x1234;
+        ppLink = &(*ppLink)->pNext;
+    }
 }
 
 bool IsTaken(size_t nAt, uint8_t bValue) {
@@ -65,4 +79,19 @@ TEST(IcmpPacket, ChecksumFoldsItsCarries) {
     EXPECT_EQ(InternetChecksum(rfcExample), static_cast<uint16_t>(~0xDDF2));
     const std::vector<uint8_t> ones(36, 0xFF);
     EXPECT_EQ(InternetChecksum(ones), 0);
+}
+
+TEST(IcmpPacket, TheFirstSessionOfTheDatagramIsTold) {
+    CPortForwardOp op;
+    AddSessions(&op);
+    op.m_wRemotePort = 80;
+    op.m_strRemoteHost = "10.0.0.9";
+    const QuotedDatagram quoted = {At(0x0A000009, 80), 0x1234};
+    EXPECT_EQ(FindClientOfDatagram(op, quoted), At(0x0A000009, 1002));
+    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 81), 0x1234}));
+    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000008, 80), 0x1234}));
+    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1236}));
+    op.m_strRemoteHost = " ";
+    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A00000A, 80), 0x1234}), At(0x0A00000A, 1003)) << "its own client's";
+    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A00000B, 80), 0x1234}));
 }

@@ -93,3 +93,15 @@ TEST(LogEntry, OrderDecidesWhatPutInTextBecomes) {
     EXPECT_EQ(Entry("%%E %%G %e %D %Y"), "%E %G %e %D %Y");
     EXPECT_EQ(Entry("a\r\nb"), "a%b");
 }
+
+TEST(LogEntry, ValuesThatMultiplyAreCutAtTheLongestLine) {
+    std::string strCodes;
+    while (strCodes.size() < 900'000) strCodes += "%E";
+    // One replacement after the other within the text would take minutes.
+    EXPECT_EQ(Entry(strCodes, PaddedEvent("")), "");
+    EXPECT_EQ(Entry(strCodes, PaddedEvent("a")).size(), strCodes.size() / 2);
+    SessionEvent event = PaddedEvent("%RHost%RHost");
+    event.strRemoteHost = std::string(900'000, 'h');
+    EXPECT_EQ(Entry(strCodes, event), std::string(kMaxLogLine, 'h'));
+    EXPECT_EQ(Entry(std::string(999'999, '-')).size(), 999'999U) << "the longest text of a settings file is whole";
+}
