@@ -105,7 +105,12 @@ def fuzz_all(targets, seconds):
     share = max(1, seconds // len(targets))
     print(f"{len(targets)} targets, {share} s each", flush=True)
     with concurrent.futures.ThreadPoolExecutor(AT_ONCE) as pool:
-        results = list(pool.map(lambda target: fuzz(target, share), targets))
+        try:
+            results = list(pool.map(lambda target: fuzz(target, share), targets))
+        except KeyboardInterrupt:
+            # Those that run have got the signal, too; those that wait are not to begin.
+            pool.shutdown(cancel_futures=True)
+            return 130
     print(f"{'target':<16}{'executions':>12}{'each s':>9}{'edges':>8} of {'all':<6}{'features':>9}{'inputs':>8}")
     for result in results:
         print(result.row())
