@@ -1,5 +1,5 @@
-// Language texts of any content: as a file that the user named, and as a table with zones. The parser is compared with a
-// second one, written after the description of the format.
+// Language texts of any content: as a file that the user named, and as a table with zones. The parser is compared with
+// a second one, written after the description of the format.
 #include <algorithm>
 #include <cctype>
 #include <map>

@@ -1,5 +1,5 @@
-// Saved-settings files of any content. What the reader makes of one is compared with the file itself, taken apart by its
-// description; a save of that reads back as the same.
+// Saved-settings files of any content. What the reader makes of one is compared with the file itself, taken apart by
+// its description; a save of that reads back as the same.
 #include <vector>
 
 #include "fuzz/fuzz_check.h"

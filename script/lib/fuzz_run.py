@@ -96,8 +96,8 @@ def fuzz(target, seconds):
     target.prepare()
     words = SOURCES / f"{target.name}.dict"
     arguments = [f"-dict={words}"] if words.exists() else []
-    code, text = target.call(f"-max_total_time={seconds}", f"-artifact_prefix={target.findings}/", "-print_final_stats=1",
-                             *arguments, *target.inputs())  # fmt: skip
+    arguments += [f"-max_total_time={seconds}", f"-artifact_prefix={target.findings}/", "-print_final_stats=1"]
+    code, text = target.call(*arguments, *target.inputs())
     return Result(target, code, text)
 
 

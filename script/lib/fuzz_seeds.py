@@ -39,7 +39,8 @@ def language_text_seeds():
             # Without the label it is a language text file.
             yield lines.replace("\n", "\r\n").encode("utf-16-le")
             yield lines.replace("[Zone_English]", label.strip("[]")).replace("\n", "\r\n").encode("utf-16-le")
-    yield "\r\n[x7]\ta\\r\\n\\t\\\"\\'\\\\n\r\n[ +5]\tb\r\n[1024]\tc\r\n[-1]\td\r\n[8]\r\n[8]\r\ne \t".encode("utf-16-le")
+    odd = "\r\n[x7]\ta\\r\\n\\t\\\"\\'\\\\n\r\n[ +5]\tb\r\n[1024]\tc\r\n[-1]\td\r\n[8]\r\n[8]\r\ne \t"
+    yield odd.encode("utf-16-le")
     yield f"\r\n[30]\t{DATE.decode()}\r\n[31]\t{ENTRY.decode()}\r\n[134]\tEnded  \r\n[119]\t%P".encode("utf-16-le")
 
 
@@ -59,7 +60,7 @@ def log_entry_seeds():
 def icmp_packet_seeds():
     client, server, own = (socket.inet_aton(ip) for ip in ("10.0.0.1", "192.0.2.9", "198.51.100.1"))
     listener = own + struct.pack(">H", 5000)
-    sessions = struct.pack(">B", 2) + client + struct.pack(">HH", 1234, 40001) + client + struct.pack(">HH", 1235, 40002)
+    sessions = b"\2" + client + struct.pack(">HH", 1234, 40001) + client + struct.pack(">HH", 1235, 40002)
     for kind, target in ((0, server), (1, client), (2, client)):
         settings = struct.pack(">BH", kind, 53) + target + listener + sessions
         for error, port in ((3, 40001), (11, 40002), (4, 40002), (8, 40001), (3, 40003)):
