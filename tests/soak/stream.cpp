@@ -1,0 +1,103 @@
+#include "tests/soak/stream.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr uint32_t kHeaderMark = 0x4B414F53;
+
+class CWriter {
+  public:
+    explicit CWriter(std::span<uint8_t> bytes) : m_bytes(bytes) {}
+    void Put(uint64_t nValue, size_t nBytes) {
+        for (size_t n = 0; n < nBytes; ++n) m_bytes[m_nAt++] = static_cast<uint8_t>(nValue >> 8 * n);
+    }
+
+  private:
+    std::span<uint8_t> m_bytes;
+    size_t m_nAt = 0;
+};
+
+class CReader {
+  public:
+    explicit CReader(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+    template <class T>
+    void Get(T* pValue, size_t nBytes = sizeof(T)) {
+        uint64_t nValue = 0;
+        for (size_t n = 0; n < nBytes; ++n) nValue |= uint64_t{m_bytes[m_nAt++]} << 8 * n;
+        *pValue = static_cast<T>(nValue);
+    }
+
+  private:
+    std::span<const uint8_t> m_bytes;
+    size_t m_nAt = 0;
+};
+
+}  // namespace
+
+std::array<uint8_t, kHeaderBytes> CodeHeader(const StreamPlan& plan) {
+    std::array<uint8_t, kHeaderBytes> bytes = {};
+    CWriter writer(bytes);
+    writer.Put(kHeaderMark, 4);
+    writer.Put(static_cast<uint8_t>(plan.kind), 1);
+    writer.Put(plan.nOp, 1);
+    writer.Put(plan.nClient, 1);
+    writer.Put(plan.bSlowServer, 1);
+    writer.Put(plan.nOpToken, 4);
+    writer.Put(plan.nClientToken, 4);
+    writer.Put(plan.nSeed, 8);
+    writer.Put(plan.nUp, 8);
+    writer.Put(plan.nDown, 8);
+    writer.Put(plan.nBreakAt, 4);
+    return bytes;
+}
+
+std::optional<StreamPlan> ReadHeader(std::span<const uint8_t, kHeaderBytes> bytes) {
+    CReader reader(bytes);
+    uint32_t nMark = 0;
+    reader.Get(&nMark);
+    StreamPlan plan;
+    reader.Get(&plan.kind);
+    reader.Get(&plan.nOp);
+    reader.Get(&plan.nClient);
+    reader.Get(&plan.bSlowServer);
+    reader.Get(&plan.nOpToken);
+    reader.Get(&plan.nClientToken);
+    reader.Get(&plan.nSeed);
+    reader.Get(&plan.nUp);
+    reader.Get(&plan.nDown);
+    reader.Get(&plan.nBreakAt);
+    if (nMark != kHeaderMark || plan.kind >= StreamKind::Count) return std::nullopt;
+    return plan;
+}
+
+size_t CStreamBytes::Fill(uint64_t nOffset, std::span<uint8_t> block) const {
+    const size_t nWanted = static_cast<size_t>(std::min<uint64_t>(block.size(), Size() - nOffset));
+    for (size_t nDone = 0; nDone < nWanted;) {
+        const uint64_t nAt = nOffset + nDone;
+        const uint64_t nEnd = nAt < BodyAt() ? BodyAt() : nAt < TailAt() ? TailAt() : Size();
+        const size_t nPart = static_cast<size_t>(std::min<uint64_t>(nEnd - nAt, nWanted - nDone));
+        if (nAt < BodyAt()) {
+            std::memcpy(block.data() + nDone, m_head.data() + nAt, nPart);
+        } else if (nAt < TailAt()) {
+            FillStream(m_nSeed, nAt - BodyAt(), block.data() + nDone, nPart);
+        } else {
+            std::memcpy(block.data() + nDone, m_tail.data() + (nAt - TailAt()), nPart);
+        }
+        nDone += nPart;
+    }
+    return nWanted;
+}
+
+bool CStreamBytes::Matches(uint64_t nOffset, std::span<const uint8_t> bytes) const {
+    if (bytes.size() > Size() - nOffset) return false;
+    std::array<uint8_t, 4096> expected;
+    for (size_t nDone = 0; nDone < bytes.size();) {
+        const size_t nPart = std::min(expected.size(), bytes.size() - nDone);
+        Fill(nOffset + nDone, std::span(expected).first(nPart));
+        if (std::memcmp(expected.data(), bytes.data() + nDone, nPart) != 0) return false;
+        nDone += nPart;
+    }
+    return true;
+}
