@@ -6,13 +6,20 @@ namespace {
 
 constexpr int kStartTries = 6000;
 constexpr uint32_t kStartWaitMs = 20;
+constexpr uint32_t kImpossibleMs = 300;
 constexpr int32_t kHighLimit = 1000;
 constexpr int32_t kLowLimit = 3;
 
 }  // namespace
 
-CHostOp::CHostOp(SharedBlock& shared, AppSettings& settings, EngineCounters& counters, LogQueue& logQueue, int nSlot)
-    : m_shared(shared), m_settings(settings), m_counters(counters), m_logQueue(logQueue), m_nSlot(nSlot) {
+CHostOp::CHostOp(SharedBlock& shared, AppSettings& settings, EngineCounters& counters, LogQueue& logQueue, int nSlot,
+                 bool bHostTable)
+    : m_shared(shared),
+      m_settings(settings),
+      m_counters(counters),
+      m_logQueue(logQueue),
+      m_nSlot(nSlot),
+      m_bHostTable(bHostTable) {
     MakeOp();
 }
 
@@ -24,7 +31,7 @@ void CHostOp::MakeOp() {
     m_pOp->m_dwLocalIp = m_shared.dwOpIp;
     m_pOp->m_wLocalPort = slot.wPort;
     m_pOp->m_wRemotePort = slot.bUdp ? server.wUdpPort : server.wTcpPort;
-    m_pOp->m_strRemoteHost = FormatIpAddress(m_shared.dwServerIp);
+    m_pOp->m_strRemoteHost = slot.bByName && m_bHostTable ? kSoakHost : FormatIpAddress(m_shared.dwServerIp);
     m_pOp->m_bBounce = slot.bBounce ? 1 : 0;
     m_pOp->m_nMaxSessions = slot.bLimited ? kLowLimit : kHighLimit;
     m_pOp->m_nUdpTimeoutMs = 500;
@@ -66,6 +73,7 @@ void CHostOp::Disturb(CRandom& random) {
     }
     if (random.OneIn(2)) Sleep(static_cast<uint32_t>(random.Spread(300)));
     if (random.OneIn(2)) Change(random);
+    if (Slot().bByName && !m_bHostTable) TryImpossibleHost();
     Start();
     m_shared.Add(Tally::OperationRestarts);
 }
@@ -78,4 +86,15 @@ void CHostOp::Change(CRandom& random) {
     m_pOp->m_blockRanges.assign(random.Below(20), {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
     if (Slot().bLimited) m_pOp->m_nMaxSessions = static_cast<int32_t>(random.Between(1, 2 * kLowLimit));
     m_shared.Add(Tally::OperationChanges);
+}
+
+// In place of a host table from which the name goes: the operation runs for a while with a name that cannot be found.
+void CHostOp::TryImpossibleHost() {
+    std::string strHost = ImpossibleHost();
+    strHost.swap(m_pOp->m_strRemoteHost);
+    Start();
+    Sleep(kImpossibleMs);
+    Stop();
+    strHost.swap(m_pOp->m_strRemoteHost);
+    m_shared.Add(Tally::LookupFailures);
 }

@@ -5,10 +5,12 @@
 
 #include "platform/threads.h"
 #include "tests/soak/tcp_load.h"
+#include "tests/soak/udp_load.h"
 
 namespace {
 
 constexpr int kTcpThreads = 10;
+constexpr int kUdpThreads = 4;
 constexpr uint32_t kIdleMs = 10;
 constexpr int kAcceptWaitMs = 100;
 constexpr uint32_t kBindWaitMs = 20;
@@ -33,12 +35,12 @@ int ChooseOp(const SharedBlock& shared, CRandom& random, bool bUdp) {
     }
 }
 
-void RunTcpThread(SharedBlock& shared, int nClient, uint64_t nSeed) {
+void RunSessions(SharedBlock& shared, int nClient, bool bUdp, uint64_t nSeed) {
     CRandom random(nSeed);
     while (!shared.bEnd) {
         WithinLoad(shared, nClient, [&] {
-            const int nOp = ChooseOp(shared, random, false);
-            if (nOp >= 0) RunTcpSession(shared, nClient, nOp, random);
+            const int nOp = ChooseOp(shared, random, bUdp);
+            if (nOp >= 0) (bUdp ? RunUdpSession : RunTcpSession)(shared, nClient, nOp, random);
         });
         if (random.OneIn(4)) Sleep(static_cast<uint32_t>(random.Spread(100)));
     }
@@ -75,8 +77,9 @@ void ServeTcp(SharedBlock& shared, int nServer, CLoadSocket& listening) {
 
 void RunClientProcess(SharedBlock& shared, int nClient, uint64_t nSeed) {
     std::vector<std::thread> threads;
-    for (int n = 0; n < kTcpThreads; ++n) {
-        threads.emplace_back(RunTcpThread, std::ref(shared), nClient, SubSeed(nSeed, static_cast<uint64_t>(n)));
+    for (int n = 0; n < kTcpThreads + kUdpThreads; ++n) {
+        const bool bUdp = n >= kTcpThreads;
+        threads.emplace_back(RunSessions, std::ref(shared), nClient, bUdp, SubSeed(nSeed, static_cast<uint64_t>(n)));
     }
     for (std::thread& thread : threads) thread.join();
 }
@@ -84,6 +87,9 @@ void RunClientProcess(SharedBlock& shared, int nClient, uint64_t nSeed) {
 void RunServerProcess(SharedBlock& shared, int nServer) {
     ServerSlot& slot = shared.servers[static_cast<size_t>(nServer)];
     CLoadSocket tcp = ServePort(shared, SocketKind::Tcp, slot.wTcpPort);
+    const CLoadSocket udp = ServePort(shared, SocketKind::Udp, slot.wUdpPort);
     slot.bServing = true;
+    std::thread datagrams([&] { ServeUdp(shared, nServer, udp); });
     ServeTcp(shared, nServer, tcp);
+    datagrams.join();
 }

@@ -15,9 +15,6 @@ inline constexpr int kEngineOps = 8;   // operations of the engine in the host p
 inline constexpr int kProgramOps = 2;  // operations of the program itself, run as a process of its own
 inline constexpr int kOps = kEngineOps + kProgramOps;
 
-/// The name by which the operations by name lead to the servers.
-inline constexpr char kSoakHost[] = "localhost";
-
 /// What is counted, by the names of the report.
 enum class Tally {
     Connections,      // TCP sessions that came through to a server

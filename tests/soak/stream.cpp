@@ -3,58 +3,33 @@
 #include <algorithm>
 #include <cstring>
 
+#include "tests/soak/byte_fields.h"
+
 namespace {
 
 constexpr uint32_t kHeaderMark = 0x4B414F53;
-
-class CWriter {
-  public:
-    explicit CWriter(std::span<uint8_t> bytes) : m_bytes(bytes) {}
-    void Put(uint64_t nValue, size_t nBytes) {
-        for (size_t n = 0; n < nBytes; ++n) m_bytes[m_nAt++] = static_cast<uint8_t>(nValue >> 8 * n);
-    }
-
-  private:
-    std::span<uint8_t> m_bytes;
-    size_t m_nAt = 0;
-};
-
-class CReader {
-  public:
-    explicit CReader(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
-    template <class T>
-    void Get(T* pValue, size_t nBytes = sizeof(T)) {
-        uint64_t nValue = 0;
-        for (size_t n = 0; n < nBytes; ++n) nValue |= uint64_t{m_bytes[m_nAt++]} << 8 * n;
-        *pValue = static_cast<T>(nValue);
-    }
-
-  private:
-    std::span<const uint8_t> m_bytes;
-    size_t m_nAt = 0;
-};
 
 }  // namespace
 
 std::array<uint8_t, kHeaderBytes> CodeHeader(const StreamPlan& plan) {
     std::array<uint8_t, kHeaderBytes> bytes = {};
-    CWriter writer(bytes);
-    writer.Put(kHeaderMark, 4);
-    writer.Put(static_cast<uint8_t>(plan.kind), 1);
-    writer.Put(plan.nOp, 1);
-    writer.Put(plan.nClient, 1);
-    writer.Put(plan.bSlowServer, 1);
-    writer.Put(plan.nOpToken, 4);
-    writer.Put(plan.nClientToken, 4);
-    writer.Put(plan.nSeed, 8);
-    writer.Put(plan.nUp, 8);
-    writer.Put(plan.nDown, 8);
-    writer.Put(plan.nBreakAt, 4);
+    CByteWriter writer(bytes);
+    writer.Put(kHeaderMark);
+    writer.Put(plan.kind);
+    writer.Put(plan.nOp);
+    writer.Put(plan.nClient);
+    writer.Put(plan.bSlowServer);
+    writer.Put(plan.nOpToken);
+    writer.Put(plan.nClientToken);
+    writer.Put(plan.nSeed);
+    writer.Put(plan.nUp);
+    writer.Put(plan.nDown);
+    writer.Put(plan.nBreakAt);
     return bytes;
 }
 
 std::optional<StreamPlan> ReadHeader(std::span<const uint8_t, kHeaderBytes> bytes) {
-    CReader reader(bytes);
+    CByteReader reader(bytes);
     uint32_t nMark = 0;
     reader.Get(&nMark);
     StreamPlan plan;

@@ -49,6 +49,7 @@ class CSupervisor {
 
     const SoakOptions m_options;
     SharedBlock& m_shared;
+    const CSurroundings m_surroundings;
     CRandom m_random{m_options.nSeed};
     pid_t m_servers[kServers] = {};
     pid_t m_clients[kClients] = {};
@@ -61,13 +62,16 @@ void CSupervisor::SetUp() {
     m_shared.dwServerIp = IpFromNumber(dwNet | 1);
     m_shared.dwClientIp = IpFromNumber(dwNet | 2);
     m_shared.dwOpIp = IpFromNumber(dwNet | 3);
+    if (m_surroundings.HasHostTable()) m_surroundings.WriteHostTable(true, m_shared.dwServerIp);
     for (int n = 0; n < kOps; ++n) {
         OpSlot& op = m_shared.ops[static_cast<size_t>(n)];
         op.bUdp = n % 4 == 3 || n == kOps - 1;
         op.nServer = n / 2 % kServers;
     }
     m_shared.ops[1].bBounce = true;
+    m_shared.ops[7].bBounce = true;
     m_shared.ops[2].bByName = true;
+    m_shared.ops[3].bByName = true;
     m_shared.ops[4].bLimited = true;
 }
 
@@ -161,7 +165,7 @@ int CSupervisor::Run() {
     std::printf("seed %" PRIu64 ", %u seconds\n", m_options.nSeed, m_options.nSeconds);
     SetUp();
     for (int n = 0; n < kServers; ++n) StartServer(n);
-    const pid_t host = Fork([&] { RunEngineHost(m_shared, m_options.nSeconds); });
+    const pid_t host = Fork([&] { RunEngineHost(m_shared, m_surroundings, m_options.nSeconds); });
     for (int n = 0; n < kClients; ++n) StartClient(n);
     KillUntilHostEnds(host);
     EndLoad();

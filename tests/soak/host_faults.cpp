@@ -1,0 +1,207 @@
+#include "tests/soak/host_faults.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "language/language_store.h"
+#include "platform/files.h"
+#include "platform/threads.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t kPollMs = 10;
+constexpr std::chrono::seconds kLongestWait(60);
+constexpr uint32_t kLanguages = 10;
+
+// Each begins and ends with marks of its own, by which a torn line is seen.
+constexpr std::array<const char*, 3> kLineFormats = {"<%E|%P|%CIP|%CPort|%RHost>", "{%G%E %DAT %LIP:%LPort}",
+                                                     "(%Z%G%E %DAT %RPort)"};
+constexpr std::array<const char*, 2> kDateFormats = {"%Y.%MY.%D %H24:%MN:%S.%MS", "%D %H12 %AP"};
+
+bool IsWholeLine(std::string_view strLine) {
+    if (strLine.size() < 2) return false;
+    const char chEnd = strLine.back();
+    switch (strLine.front()) {
+        case '<':
+            return chEnd == '>';
+        case '{':
+            return chEnd == '}';
+        case '(':
+            return chEnd == ')';
+        default:
+            return false;
+    }
+}
+
+bool WaitFor(const std::function<bool()>& condition) {
+    const auto end = Clock::now() + kLongestWait;
+    while (!condition()) {
+        if (Clock::now() > end) return false;
+        Sleep(kPollMs);
+    }
+    return true;
+}
+
+void Hold(CRandom& random, uint64_t nMostMs) {
+    Sleep(static_cast<uint32_t>(random.Between(100, nMostMs)));
+}
+
+// New sessions of these operations may be refused while it lives.
+class CRefusals {
+  public:
+    CRefusals(std::span<OpSlot> ops, const std::function<bool(const OpSlot&)>& isMeant) {
+        for (OpSlot& op : ops) {
+            if (isMeant(op)) m_ops.push_back(&op);
+        }
+        for (OpSlot* pOp : m_ops) pOp->admission.Begin();
+    }
+    explicit CRefusals(std::span<OpSlot> ops) : CRefusals(ops, [](const OpSlot&) { return true; }) {}
+    ~CRefusals() {
+        for (OpSlot* pOp : m_ops) pOp->admission.End();
+    }
+    CRefusals(const CRefusals&) = delete;
+    CRefusals& operator=(const CRefusals&) = delete;
+
+  private:
+    std::vector<OpSlot*> m_ops;
+};
+
+std::span<OpSlot> EngineOps(SharedBlock& shared) {
+    return std::span(shared.ops).first(kEngineOps);
+}
+
+}  // namespace
+
+CHostFaults::CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurroundings& surroundings)
+    : m_shared(shared),
+      m_settings(settings),
+      m_surroundings(surroundings),
+      m_strLog(surroundings.Folder() + "/engine.log") {
+    m_settings.autoLogEnabled = 1;
+    m_settings.logEntryFormat.Set(kLineFormats[0]);
+    m_settings.logFilePath.Set(m_strLog);
+}
+
+void CHostFaults::PlayOne(CRandom& random) {
+    switch (random.Below(7)) {
+        case 0:
+            return PlayDescriptorShortage(random);
+        case 1:
+            return PlayPortShortage(random);
+        case 2:
+            return PlayThreadShortage(random);
+        case 3:
+            return PlayLookupFailure(random);
+        case 4:
+            return PlayFullDisk(random);
+        case 5:
+            return MoveLog();
+        default:
+            return ReloadTexts(random);
+    }
+}
+
+void CHostFaults::PlayDescriptorShortage(CRandom& random) {
+    const CRefusals refusals(EngineOps(m_shared));
+    const CDescriptorShortage shortage(random.Below(8));
+    Hold(random, 2000);
+    m_shared.Add(Tally::DescriptorShortages);
+}
+
+// The program's operations share the network.
+void CHostFaults::PlayPortShortage(CRandom& random) {
+    if (!m_surroundings.HasPortRange()) return;
+    const CRefusals refusals(m_shared.ops);
+    const auto wFirst = static_cast<uint16_t>(random.Between(33000, 60000));
+    const CPortShortage shortage(wFirst, static_cast<uint16_t>(wFirst + random.Between(1, 16)));
+    Hold(random, 1000);
+    m_shared.Add(Tally::PortShortages);
+}
+
+void CHostFaults::PlayThreadShortage(CRandom& random) {
+    const CRefusals refusals(EngineOps(m_shared));
+    FailThreadStartsAfter(static_cast<int32_t>(random.Below(10)));
+    Hold(random, 500);
+    FailThreadStartsAfter(-1);
+    m_shared.Add(Tally::ThreadShortages);
+}
+
+// The look-up is tried here too: it must really fail, and really work again.
+void CHostFaults::PlayLookupFailure(CRandom& random) {
+    if (!m_surroundings.HasHostTable()) return;
+    const CRefusals refusals(EngineOps(m_shared), [](const OpSlot& op) { return op.bByName; });
+    uint32_t dwIp = 0;
+    m_surroundings.WriteHostTable(false, m_shared.dwServerIp);
+    if (ResolveHostName(kSoakHost, &dwIp)) m_shared.Fail("a name that is gone was found");
+    Hold(random, 1500);
+    m_surroundings.WriteHostTable(true, m_shared.dwServerIp);
+    if (!ResolveHostName(kSoakHost, &dwIp) || dwIp != m_shared.dwServerIp)
+        m_shared.Fail("a name that is back was not found");
+    m_shared.Add(Tally::LookupFailures);
+}
+
+void CHostFaults::PlayFullDisk(CRandom& random) {
+    const std::string strFull = m_surroundings.FileOnFullDisk();
+    m_surroundings.FillDisk();
+    m_settings.autoLogEnabled = 1;
+    m_settings.logFilePath.Set(strFull);
+    Hold(random, 1500);
+    // Room again: the log must go on by itself.
+    m_surroundings.EmptyDisk();
+    if (m_surroundings.HasDisk() && !WaitFor([&] { return FileSize(strFull) > 0; })) {
+        m_shared.Fail("the log did not go on when its disk had room again");
+    }
+    m_settings.logFilePath.Set(m_strLog);
+    m_shared.Add(Tally::FullDisks);
+}
+
+void CHostFaults::MoveLog() {
+    const std::string strMoved = m_strLog + ".1";
+    m_settings.autoLogEnabled = 1;
+    if (!WaitFor([&] { return FileSize(m_strLog) > 0; }) || std::rename(m_strLog.c_str(), strMoved.c_str()) != 0 ||
+        !WaitFor([&] { return FileSize(m_strLog) > 0; })) {
+        m_shared.Fail("no new log was begun in place of one that was moved away");
+        return;
+    }
+    CheckLog(strMoved);
+    m_shared.Add(Tally::LogsMoved);
+}
+
+void CHostFaults::CheckLastLog() {
+    CheckLog(m_strLog);
+}
+
+// Nobody writes to it any more.
+void CHostFaults::CheckLog(const std::string& strPath) {
+    std::vector<uint8_t> data;
+    if (ReadWholeFile(strPath, &data) != 0) return;
+    std::string_view strLeft(reinterpret_cast<const char*>(data.data()), data.size());
+    while (!strLeft.empty()) {
+        const size_t nEnd = std::min(strLeft.find("\r\n", 2), strLeft.size());
+        if (!strLeft.starts_with("\r\n") || !IsWholeLine(strLeft.substr(2, nEnd - 2))) {
+            m_shared.Fail("a log line that no event has written: %.*s", static_cast<int>(std::min<size_t>(nEnd, 200)),
+                          strLeft.data());
+            break;
+        }
+        m_shared.Add(Tally::LogLinesChecked);
+        strLeft.remove_prefix(nEnd);
+    }
+    std::remove(strPath.c_str());
+}
+
+void CHostFaults::ReloadTexts(CRandom& random) {
+    m_settings.languageCode = static_cast<uint32_t>(random.Below(kLanguages));
+    ApplyLanguage(&m_settings);
+    m_settings.logEntryFormat.Set(kLineFormats[random.Below(kLineFormats.size())]);
+    m_settings.logDateFormat.Set(kDateFormats[random.Below(kDateFormats.size())]);
+    m_settings.noLogBlocked = random.OneIn(2) ? 1 : 0;
+    m_settings.autoLogEnabled = random.OneIn(4) ? 0 : 1;
+    m_shared.Add(Tally::TextReloads);
+}

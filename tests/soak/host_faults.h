@@ -1,0 +1,36 @@
+// What goes wrong around the engine while the load runs: shortages, failing look-ups, a log that cannot be written or is
+// moved away, texts that are replaced. One at a time, on one thread, in the engine's process.
+#pragma once
+
+#include <string>
+
+#include "shell/app_settings.h"
+#include "tests/soak/random.h"
+#include "tests/soak/shared_block.h"
+#include "tests/soak/surroundings.h"
+
+class CHostFaults {
+  public:
+    /// All three outlive it. Sets the path of the log.
+    CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurroundings& surroundings);
+
+    /// One fault from its beginning to its end.
+    void PlayOne(CRandom& random);
+    /// Checks the log that is there at the end and removes it.
+    void CheckLastLog();
+
+  private:
+    void PlayDescriptorShortage(CRandom& random);
+    void PlayPortShortage(CRandom& random);
+    void PlayThreadShortage(CRandom& random);
+    void PlayLookupFailure(CRandom& random);
+    void PlayFullDisk(CRandom& random);
+    void MoveLog();
+    void ReloadTexts(CRandom& random);
+    void CheckLog(const std::string& strPath);
+
+    SharedBlock& m_shared;
+    AppSettings& m_settings;
+    const CSurroundings& m_surroundings;
+    const std::string m_strLog;
+};
