@@ -89,23 +89,23 @@ CHostFaults::CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurr
     m_settings.logFilePath.Set(m_strLog);
 }
 
+// All in turn, in an order that is drawn anew each time: none stays away for long.
 void CHostFaults::PlayOne(CRandom& random) {
-    switch (random.Below(7)) {
-        case 0:
-            return PlayDescriptorShortage(random);
-        case 1:
-            return PlayPortShortage(random);
-        case 2:
-            return PlayThreadShortage(random);
-        case 3:
-            return PlayLookupFailure(random);
-        case 4:
-            return PlayFullDisk(random);
-        case 5:
-            return MoveLog();
-        default:
-            return ReloadTexts(random);
+    using Play = void (CHostFaults::*)(CRandom&);
+    static constexpr std::array<Play, 7> kAll = {&CHostFaults::PlayDescriptorShortage,
+                                                 &CHostFaults::PlayPortShortage,
+                                                 &CHostFaults::PlayThreadShortage,
+                                                 &CHostFaults::PlayLookupFailure,
+                                                 &CHostFaults::PlayFullDisk,
+                                                 &CHostFaults::MoveLog,
+                                                 &CHostFaults::ReloadTexts};
+    if (m_left.empty()) {
+        for (size_t n = 0; n < kAll.size(); ++n)
+            m_left.insert(m_left.begin() + static_cast<int>(random.Below(n + 1)), n);
     }
+    const Play play = kAll[m_left.back()];
+    m_left.pop_back();
+    (this->*play)(random);
 }
 
 void CHostFaults::PlayDescriptorShortage(CRandom& random) {
@@ -162,7 +162,8 @@ void CHostFaults::PlayFullDisk(CRandom& random) {
     m_shared.Add(Tally::FullDisks);
 }
 
-void CHostFaults::MoveLog() {
+void CHostFaults::MoveLog(CRandom& random) {
+    Hold(random, 1000);
     const std::string strMoved = m_strLog + ".1";
     m_settings.autoLogEnabled = 1;
     if (!WaitFor([&] { return FileSize(m_strLog) > 0; }) || std::rename(m_strLog.c_str(), strMoved.c_str()) != 0 ||

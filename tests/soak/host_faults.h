@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "shell/app_settings.h"
 #include "tests/soak/random.h"
@@ -25,7 +26,7 @@ class CHostFaults {
     void PlayThreadShortage(CRandom& random);
     void PlayLookupFailure(CRandom& random);
     void PlayFullDisk(CRandom& random);
-    void MoveLog();
+    void MoveLog(CRandom& random);
     void ReloadTexts(CRandom& random);
     void CheckLog(const std::string& strPath);
 
@@ -33,4 +34,5 @@ class CHostFaults {
     AppSettings& m_settings;
     const CSurroundings& m_surroundings;
     const std::string m_strLog;
+    std::vector<size_t> m_left;  // faults of this turn that are still to come, the next one last
 };

@@ -29,7 +29,6 @@ void CHostOp::MakeOp() {
     m_pOp = std::make_unique<CPortForwardOp>();
     m_pOp->m_nProtocol = slot.bUdp ? kProtocolUdp : kProtocolTcp;
     m_pOp->m_dwLocalIp = m_shared.dwOpIp;
-    m_pOp->m_wLocalPort = slot.wPort;
     m_pOp->m_wRemotePort = slot.bUdp ? server.wUdpPort : server.wTcpPort;
     m_pOp->m_strRemoteHost = slot.bByName && m_bHostTable ? kSoakHost : FormatIpAddress(m_shared.dwServerIp);
     m_pOp->m_bBounce = slot.bBounce ? 1 : 0;
@@ -39,10 +38,10 @@ void CHostOp::MakeOp() {
 }
 
 void CHostOp::Start() {
+    m_pOp->m_wLocalPort = Slot().wPort;
     for (int nTry = 0; nTry < kStartTries; ++nTry) {
         if (m_pOp->Start()) {
-            m_pOp->m_wLocalPort = m_pOp->ListenPort();
-            Slot().wPort = m_pOp->m_wLocalPort;
+            Slot().wPort = m_pOp->ListenPort();
             return;
         }
         Sleep(kStartWaitMs);

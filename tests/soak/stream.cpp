@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "tests/soak/byte_fields.h"
+#include "store/byte_reader.h"
+#include "store/byte_writer.h"
 
 namespace {
 
@@ -11,39 +12,34 @@ constexpr uint32_t kHeaderMark = 0x4B414F53;
 
 }  // namespace
 
-std::array<uint8_t, kHeaderBytes> CodeHeader(const StreamPlan& plan) {
-    std::array<uint8_t, kHeaderBytes> bytes = {};
-    CByteWriter writer(bytes);
-    writer.Put(kHeaderMark);
-    writer.Put(plan.kind);
-    writer.Put(plan.nOp);
-    writer.Put(plan.nClient);
-    writer.Put(plan.bSlowServer);
-    writer.Put(plan.nOpToken);
-    writer.Put(plan.nClientToken);
-    writer.Put(plan.nSeed);
-    writer.Put(plan.nUp);
-    writer.Put(plan.nDown);
-    writer.Put(plan.nBreakAt);
-    return bytes;
+std::vector<uint8_t> CodeHeader(const StreamPlan& plan) {
+    CByteWriter writer;
+    writer.WriteDword(kHeaderMark);
+    writer.WriteByte(static_cast<uint8_t>(plan.kind));
+    writer.WriteByte(plan.nOp);
+    writer.WriteByte(plan.nClient);
+    writer.WriteByte(plan.bSlowServer);
+    writer.WriteDword(plan.nOpToken);
+    writer.WriteDword(plan.nClientToken);
+    writer.WriteDword(plan.nSeed);
+    writer.WriteDword(plan.nUp);
+    writer.WriteDword(plan.nDown);
+    writer.WriteDword(plan.nBreakAt);
+    return writer.Image();
 }
 
 std::optional<StreamPlan> ReadHeader(std::span<const uint8_t, kHeaderBytes> bytes) {
     CByteReader reader(bytes);
     uint32_t nMark = 0;
-    reader.Get(&nMark);
+    uint8_t nKind = 0;
     StreamPlan plan;
-    reader.Get(&plan.kind);
-    reader.Get(&plan.nOp);
-    reader.Get(&plan.nClient);
-    reader.Get(&plan.bSlowServer);
-    reader.Get(&plan.nOpToken);
-    reader.Get(&plan.nClientToken);
-    reader.Get(&plan.nSeed);
-    reader.Get(&plan.nUp);
-    reader.Get(&plan.nDown);
-    reader.Get(&plan.nBreakAt);
-    if (nMark != kHeaderMark || plan.kind >= StreamKind::Count) return std::nullopt;
+    const bool bRead = reader.ReadDword(&nMark) && reader.ReadByte(&nKind) && reader.ReadByte(&plan.nOp) &&
+                       reader.ReadByte(&plan.nClient) && reader.ReadByte(&plan.bSlowServer) &&
+                       reader.ReadDword(&plan.nOpToken) && reader.ReadDword(&plan.nClientToken) &&
+                       reader.ReadDword(&plan.nSeed) && reader.ReadDword(&plan.nUp) && reader.ReadDword(&plan.nDown) &&
+                       reader.ReadDword(&plan.nBreakAt);
+    plan.kind = static_cast<StreamKind>(nKind);
+    if (!bRead || nMark != kHeaderMark || plan.kind >= StreamKind::Count) return std::nullopt;
     return plan;
 }
 

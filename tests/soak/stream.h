@@ -25,7 +25,7 @@ enum class StreamKind : uint8_t {
     Count
 };
 
-inline constexpr size_t kHeaderBytes = 44;
+inline constexpr size_t kHeaderBytes = 32;
 inline constexpr std::array<uint8_t, 8> kGreeting = {'r', 'e', 'a', 'c', 'h', 'e', 'd', '\n'};
 inline constexpr std::array<uint8_t, 8> kAllReceived = {'a', 'l', 'l', ' ', 'g', 'o', 't', '\n'};
 
@@ -37,9 +37,9 @@ struct StreamPlan {
     uint8_t bSlowServer = 0;  // the server reads with pauses
     uint32_t nOpToken = 0;    // of Disturbance, taken before the client began
     uint32_t nClientToken = 0;
-    uint64_t nSeed = 0;
-    uint64_t nUp = 0;       // bytes behind the header
-    uint64_t nDown = 0;     // bytes between greeting and mark
+    uint32_t nSeed = 0;
+    uint32_t nUp = 0;       // bytes behind the header
+    uint32_t nDown = 0;     // bytes between greeting and mark
     uint32_t nBreakAt = 0;  // bytes after which the breaking side breaks
 
     bool operator==(const StreamPlan&) const = default;
@@ -48,7 +48,7 @@ struct StreamPlan {
     uint64_t DownSeed() const { return SubSeed(nSeed, 2); }
 };
 
-std::array<uint8_t, kHeaderBytes> CodeHeader(const StreamPlan& plan);
+std::vector<uint8_t> CodeHeader(const StreamPlan& plan);
 /// Empty when the bytes are no header.
 std::optional<StreamPlan> ReadHeader(std::span<const uint8_t, kHeaderBytes> bytes);
 

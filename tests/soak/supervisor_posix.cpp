@@ -13,6 +13,7 @@
 #include "platform/threads.h"
 #include "tests/soak/engine_host.h"
 #include "tests/soak/load_processes.h"
+#include "tests/soak/program_run.h"
 #include "tests/soak/supervisor.h"
 
 namespace {
@@ -51,6 +52,7 @@ class CSupervisor {
     SharedBlock& m_shared;
     const CSurroundings m_surroundings;
     CRandom m_random{m_options.nSeed};
+    CProgramRun m_program{m_shared, m_options.strProgram, m_surroundings.Folder()};
     pid_t m_servers[kServers] = {};
     pid_t m_clients[kClients] = {};
 };
@@ -137,7 +139,9 @@ void CSupervisor::KillUntilHostEnds(pid_t host) {
         if (Clock::now() < next) continue;
         next = Clock::now() + std::chrono::milliseconds(m_random.Between(1000, 5000));
         if (!m_shared.bLoad) continue;
-        if (m_random.OneIn(2)) {
+        if (m_program.IsWanted() && m_random.OneIn(4)) {
+            m_program.Restart();
+        } else if (m_random.OneIn(2)) {
             KillServer(static_cast<int>(m_random.Below(kServers)));
         } else {
             KillClient(static_cast<int>(m_random.Below(kClients)));
@@ -149,6 +153,7 @@ void CSupervisor::KillUntilHostEnds(pid_t host) {
 void CSupervisor::EndLoad() {
     m_shared.bEnd = true;
     for (const pid_t process : m_clients) waitpid(process, nullptr, 0);
+    m_program.EndBehindLoad();
     for (const pid_t process : m_servers) waitpid(process, nullptr, 0);
 }
 
@@ -165,6 +170,7 @@ int CSupervisor::Run() {
     std::printf("seed %" PRIu64 ", %u seconds\n", m_options.nSeed, m_options.nSeconds);
     SetUp();
     for (int n = 0; n < kServers; ++n) StartServer(n);
+    m_program.Start();
     const pid_t host = Fork([&] { RunEngineHost(m_shared, m_surroundings, m_options.nSeconds); });
     for (int n = 0; n < kClients; ++n) StartClient(n);
     KillUntilHostEnds(host);

@@ -11,10 +11,10 @@ constexpr uint64_t kMostBytes = 1 << 23;
 constexpr uint64_t kSlowestBytes = 1 << 17;  // of sessions with a slow reader
 constexpr int kHeaderWaitMs = 120'000;
 
-uint64_t SizeOf(CRandom& random, bool bSlow) {
-    if (bSlow) return random.Spread(kSlowestBytes);
+uint32_t SizeOf(CRandom& random, bool bSlow) {
+    if (bSlow) return static_cast<uint32_t>(random.Spread(kSlowestBytes));
     if (random.OneIn(50)) return 0;
-    return random.Spread(random.OneIn(20) ? kMostBytes : kUsualBytes);
+    return static_cast<uint32_t>(random.Spread(random.OneIn(20) ? kMostBytes : kUsualBytes));
 }
 
 StreamKind ChooseKind(CRandom& random) {
@@ -26,11 +26,12 @@ StreamPlan MakePlan(CRandom& random, bool bSlow) {
     StreamPlan plan;
     plan.kind = ChooseKind(random);
     plan.bSlowServer = bSlow && random.OneIn(2) ? 1 : 0;
-    plan.nSeed = random.Next();
+    plan.nSeed = static_cast<uint32_t>(random.Next());
     plan.nUp = plan.kind == StreamKind::ServerPush ? 0 : SizeOf(random, bSlow);
     plan.nDown = plan.kind == StreamKind::ClientPush ? 0 : SizeOf(random, bSlow);
     const bool bClient = plan.kind == StreamKind::ClientHalfClose || plan.kind == StreamKind::ClientReset;
-    if (plan.IsBroken()) plan.nBreakAt = static_cast<uint32_t>(random.Below((bClient ? plan.nUp : plan.nDown) + 1));
+    if (plan.IsBroken())
+        plan.nBreakAt = static_cast<uint32_t>(random.Below(uint64_t{bClient ? plan.nUp : plan.nDown} + 1));
     return plan;
 }
 
@@ -113,9 +114,8 @@ bool IsUnsound(PumpEnd end) {
 }
 
 void TellFault(SharedBlock& shared, const char* pszSide, const StreamPlan& plan, const CStreamPump& pump, PumpEnd end) {
-    shared.Fail("%s, operation %d, kind %d, up %llu, down %llu, break at %u: %s behind %llu sent, %llu received",
-                pszSide, plan.nOp, static_cast<int>(plan.kind), static_cast<unsigned long long>(plan.nUp),
-                static_cast<unsigned long long>(plan.nDown), plan.nBreakAt, PumpEndName(end),
+    shared.Fail("%s, operation %d, kind %d, up %u, down %u, break at %u: %s behind %llu sent, %llu received", pszSide,
+                plan.nOp, static_cast<int>(plan.kind), plan.nUp, plan.nDown, plan.nBreakAt, PumpEndName(end),
                 static_cast<unsigned long long>(pump.Sent()), static_cast<unsigned long long>(pump.Received()));
 }
 

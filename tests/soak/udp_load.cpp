@@ -6,7 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "tests/soak/byte_fields.h"
+#include "store/byte_reader.h"
+#include "store/byte_writer.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kRequestMark = 0x51455253;
 constexpr uint32_t kReplyMark = 0x504C5253;
-constexpr size_t kHeadBytes = 28;
+constexpr size_t kHeadBytes = 20;
 constexpr size_t kMostPayload = 60000;
 constexpr size_t kUsualPayload = 1400;
 constexpr size_t kMostDatagramBytes = 65536;
@@ -27,51 +28,44 @@ constexpr int kSessionTries = 3;
 struct DatagramHead {
     uint32_t nMark = kRequestMark;
     uint32_t nSequence = 0;
-    uint64_t nSeed = 0;  // of the client's session
+    uint32_t nSeed = 0;  // of the client's session
     uint16_t wPort = 0;  // the client's, host byte order
     uint16_t nPayload = 0;
     uint8_t nOp = 0;
-    uint8_t nReply = 0;  // in a request: how many are wanted; in a reply: which one it is
-    uint16_t wReserved = 0;
-    uint32_t nServer = 0;  // of a reply
+    uint8_t nServer = 0;  // of a reply
+    uint16_t nReply = 0;  // in a request: how many are wanted; in a reply: which one it is
 };
 
 using Block = std::array<uint8_t, kMostDatagramBytes>;
 
 uint64_t PayloadSeed(const DatagramHead& head) {
-    return SubSeed(head.nSeed, uint64_t{head.nMark} << 32 ^ uint64_t{head.nSequence} << 8 ^ head.nReply);
+    return SubSeed(SubSeed(head.nSeed, head.nMark), uint64_t{head.nSequence} << 16 | head.nReply);
 }
 
 std::span<const uint8_t> CodeDatagram(const DatagramHead& head, Block& block) {
-    CByteWriter writer(block);
-    writer.Put(head.nMark);
-    writer.Put(head.nSequence);
-    writer.Put(head.nSeed);
-    writer.Put(head.wPort);
-    writer.Put(head.nPayload);
-    writer.Put(head.nOp);
-    writer.Put(head.nReply);
-    writer.Put(head.wReserved);
-    writer.Put(head.nServer);
+    CByteWriter writer;
+    writer.WriteDword(head.nMark);
+    writer.WriteDword(head.nSequence);
+    writer.WriteDword(head.nSeed);
+    writer.WriteWord(head.wPort);
+    writer.WriteWord(head.nPayload);
+    writer.WriteByte(head.nOp);
+    writer.WriteByte(head.nServer);
+    writer.WriteWord(head.nReply);
+    std::ranges::copy(writer.Image(), block.begin());
     FillStream(PayloadSeed(head), 0, block.data() + kHeadBytes, head.nPayload);
     return std::span(block).first(kHeadBytes + head.nPayload);
 }
 
 // Empty when it is not, byte by byte, what the other side would have sent.
 std::optional<DatagramHead> ReadDatagram(std::span<const uint8_t> datagram, uint32_t nMark) {
-    if (datagram.size() < kHeadBytes) return std::nullopt;
-    DatagramHead head;
     CByteReader reader(datagram);
-    reader.Get(&head.nMark);
-    reader.Get(&head.nSequence);
-    reader.Get(&head.nSeed);
-    reader.Get(&head.wPort);
-    reader.Get(&head.nPayload);
-    reader.Get(&head.nOp);
-    reader.Get(&head.nReply);
-    reader.Get(&head.wReserved);
-    reader.Get(&head.nServer);
-    if (head.nMark != nMark || datagram.size() != kHeadBytes + head.nPayload) return std::nullopt;
+    DatagramHead head;
+    const bool bRead = reader.ReadDword(&head.nMark) && reader.ReadDword(&head.nSequence) &&
+                       reader.ReadDword(&head.nSeed) && reader.ReadWord(&head.wPort) &&
+                       reader.ReadWord(&head.nPayload) && reader.ReadByte(&head.nOp) &&
+                       reader.ReadByte(&head.nServer) && reader.ReadWord(&head.nReply);
+    if (!bRead || head.nMark != nMark || datagram.size() != kHeadBytes + head.nPayload) return std::nullopt;
     Block expected;
     return std::ranges::equal(CodeDatagram(head, expected), datagram) ? std::optional(head) : std::nullopt;
 }
@@ -101,7 +95,7 @@ class CUdpSession {
     CRandom& m_random;
     CLoadSocket m_socket;
     Endpoint m_op;
-    uint64_t m_nSeed = 0;
+    uint32_t m_nSeed = 0;
     uint32_t m_nSequence = 0;
     uint32_t m_nAsked = 0;                               // replies that were asked for
     uint32_t m_nReplies = 0;                             // that came
@@ -111,7 +105,7 @@ class CUdpSession {
 bool CUdpSession::Open() {
     const OpSlot& op = m_shared.ops[static_cast<size_t>(m_nOp)];
     m_op = {m_shared.dwOpIp, op.wPort};
-    m_nSeed = m_random.Next();
+    m_nSeed = static_cast<uint32_t>(m_random.Next());
     m_socket = CLoadSocket::Connect(SocketKind::Udp, op.bBounce ? m_shared.dwServerIp : m_shared.dwClientIp, m_op);
     return m_socket.IsOpen();
 }
@@ -139,7 +133,7 @@ void CUdpSession::SendOne() {
     head.wPort = m_socket.LocalPort();
     head.nPayload = PayloadSize(m_random);
     head.nOp = static_cast<uint8_t>(m_nOp);
-    head.nReply = static_cast<uint8_t>(m_random.Between(0, kMostReplies));
+    head.nReply = static_cast<uint16_t>(m_random.Between(0, kMostReplies));
     m_nAsked += head.nReply;
     m_seen.emplace_back();
     SendDatagram(m_socket, CodeDatagram(head, block), m_op);
@@ -167,8 +161,7 @@ void CUdpSession::CheckReply(std::span<const uint8_t> datagram) {
     const OpSlot& op = m_shared.ops[static_cast<size_t>(m_nOp)];
     if (!head) {
         m_shared.Fail("operation %d: an altered reply of %zu bytes", m_nOp, datagram.size());
-    } else if (head->wPort != m_socket.LocalPort() || head->nOp != m_nOp ||
-               head->nServer != static_cast<uint32_t>(op.nServer)) {
+    } else if (head->wPort != m_socket.LocalPort() || head->nOp != m_nOp || head->nServer != op.nServer) {
         m_shared.Fail("operation %d, port %d: a reply for operation %d, port %d by server %u", m_nOp,
                       m_socket.LocalPort(), head->nOp, head->wPort, head->nServer);
     } else if (head->nSeed == m_nSeed) {  // else for an earlier client of the same port
@@ -229,11 +222,11 @@ void ServeUdp(SharedBlock& shared, int nServer, const CLoadSocket& socket) {
             continue;
         }
         shared.Add(Tally::DatagramsServed);
-        const uint8_t nReplies = std::min(head->nReply, static_cast<uint8_t>(kMostReplies));
+        const auto nReplies = std::min(head->nReply, static_cast<uint16_t>(kMostReplies));
         CRandom random(PayloadSeed(*head));
         head->nMark = kReplyMark;
-        head->nServer = static_cast<uint32_t>(nServer);
-        for (uint8_t n = 0; n < nReplies; ++n) {
+        head->nServer = static_cast<uint8_t>(nServer);
+        for (uint16_t n = 0; n < nReplies; ++n) {
             head->nReply = n;
             head->nPayload = PayloadSize(random);
             SendDatagram(socket, CodeDatagram(*head, block), from);
