@@ -54,6 +54,7 @@ CEngineHost::CEngineHost(SharedBlock& shared, const CSurroundings& surroundings)
     : m_shared(shared), m_surroundings(surroundings) {
     ApplyLanguage(&m_settings);
     SetDefaultSettings(&m_settings);
+    m_faults.SetUpLog();
     m_settings.logQueue = &m_logQueue;
     for (int n = 0; n < kEngineOps; ++n) {
         m_ops.push_back(

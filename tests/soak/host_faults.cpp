@@ -83,7 +83,9 @@ CHostFaults::CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurr
     : m_shared(shared),
       m_settings(settings),
       m_surroundings(surroundings),
-      m_strLog(surroundings.Folder() + "/engine.log") {
+      m_strLog(surroundings.Folder() + "/engine.log") {}
+
+void CHostFaults::SetUpLog() {
     m_settings.autoLogEnabled = 1;
     m_settings.logEntryFormat.Set(kLineFormats[0]);
     m_settings.logFilePath.Set(m_strLog);

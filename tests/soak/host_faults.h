@@ -12,9 +12,11 @@
 
 class CHostFaults {
   public:
-    /// All three outlive it. Sets the path of the log.
+    /// All three outlive it.
     CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurroundings& surroundings);
 
+    /// Turns the log on, as the checks expect it to be.
+    void SetUpLog();
     /// One fault from its beginning to its end.
     void PlayOne(CRandom& random);
     /// Checks the log that is there at the end and removes it.
