@@ -21,6 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kPollMs = 10;
+constexpr std::chrono::minutes kWordPeriod(1);
 
 // What the processes share; it lasts as long as they do.
 SharedBlock& MakeSharedBlock() {
@@ -45,7 +46,10 @@ class CSupervisor {
     void KillServer(int nServer);
     void KillClient(int nClient);
     void KillUntilHostEnds(pid_t host);
+    void DoSomeHarm();
+    void TellProgress();
     void EndLoad();
+    void CheckThatItWorked();
     void Report() const;
 
     const SoakOptions m_options;
@@ -131,23 +135,37 @@ void CSupervisor::KillClient(int nClient) {
     m_shared.Add(Tally::ClientKills);
 }
 
+void CSupervisor::DoSomeHarm() {
+    if (m_program.IsWanted() && m_random.OneIn(4)) {
+        m_program.Restart();
+    } else if (m_random.OneIn(2)) {
+        KillServer(static_cast<int>(m_random.Below(kServers)));
+    } else {
+        KillClient(static_cast<int>(m_random.Below(kClients)));
+    }
+}
+
 void CSupervisor::KillUntilHostEnds(pid_t host) {
     auto next = Clock::now();
+    auto nextWord = next + kWordPeriod;
     int nStatus = 0;
     while (waitpid(host, &nStatus, WNOHANG) == 0) {
         Sleep(kPollMs);
+        if (Clock::now() >= nextWord) {
+            TellProgress();
+            nextWord += kWordPeriod;
+        }
         if (Clock::now() < next) continue;
         next = Clock::now() + std::chrono::milliseconds(m_random.Between(1000, 5000));
-        if (!m_shared.bLoad) continue;
-        if (m_program.IsWanted() && m_random.OneIn(4)) {
-            m_program.Restart();
-        } else if (m_random.OneIn(2)) {
-            KillServer(static_cast<int>(m_random.Below(kServers)));
-        } else {
-            KillClient(static_cast<int>(m_random.Below(kClients)));
-        }
+        if (m_shared.bLoad) DoSomeHarm();
     }
     if (!WIFEXITED(nStatus) || WEXITSTATUS(nStatus) != 0) m_shared.Fail("the engine's process ended with %#x", nStatus);
+}
+
+void CSupervisor::TellProgress() {
+    std::printf("%" PRIu64 " connections, %" PRIu64 " replies, %d failures\n", m_shared.Get(Tally::Connections),
+                m_shared.Get(Tally::Replies), m_shared.nFailures.load());
+    std::fflush(stdout);
 }
 
 void CSupervisor::EndLoad() {
@@ -155,6 +173,14 @@ void CSupervisor::EndLoad() {
     for (const pid_t process : m_clients) waitpid(process, nullptr, 0);
     m_program.EndBehindLoad();
     for (const pid_t process : m_servers) waitpid(process, nullptr, 0);
+}
+
+// A load that reached nobody would find no fault either.
+void CSupervisor::CheckThatItWorked() {
+    for (const Tally tally :
+         {Tally::HeldWhole, Tally::BytesUp, Tally::BytesDown, Tally::Replies, Tally::LogLinesChecked}) {
+        if (m_shared.Get(tally) == 0) m_shared.Fail("nothing counted: %s", TallyName(tally));
+    }
 }
 
 void CSupervisor::Report() const {
@@ -175,6 +201,7 @@ int CSupervisor::Run() {
     for (int n = 0; n < kClients; ++n) StartClient(n);
     KillUntilHostEnds(host);
     EndLoad();
+    CheckThatItWorked();
     Report();
     return m_shared.nFailures == 0 ? 0 : 1;
 }
