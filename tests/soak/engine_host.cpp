@@ -23,6 +23,13 @@ void PauseUntil(Clock::time_point end, uint64_t nMilliseconds) {
     while (Clock::now() < end) Sleep(kPollMs);
 }
 
+// A sanitizer's library may have threads of its own, from the first one that the program starts.
+int32_t CountOwnThreads() {
+    std::thread([] {}).join();
+    Sleep(kPollMs);  // the system still lists a joined thread for a moment
+    return CountLeftBehindOf(0).nThreads;
+}
+
 class CEngineHost {
   public:
     CEngineHost(SharedBlock& shared, const CSurroundings& surroundings);
@@ -40,7 +47,7 @@ class CEngineHost {
     void CheckCounters();
 
     SharedBlock& m_shared;
-    const int32_t m_nOwnThreads = CountLeftBehindOf(0).nThreads;  // before any was started
+    const int32_t m_nOwnThreads = CountOwnThreads();  // before any was started
     const CSurroundings& m_surroundings;
     AppSettings m_settings;
     EngineCounters m_counters;
