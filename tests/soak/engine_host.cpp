@@ -54,7 +54,7 @@ class CEngineHost {
     LogQueue m_logQueue;
     std::atomic<bool> m_bTimerEnd = false;
     std::vector<std::unique_ptr<CHostOp>> m_ops;
-    CHostFaults m_faults{m_shared, m_settings, m_surroundings};
+    CHostFaults m_faults{m_shared, m_settings, m_counters, m_surroundings};
 };
 
 CEngineHost::CEngineHost(SharedBlock& shared, const CSurroundings& surroundings)

@@ -4,13 +4,13 @@
 #include <chrono>
 #include <cstdio>
 #include <functional>
-#include <span>
 #include <string_view>
 #include <vector>
 
 #include "language/language_store.h"
 #include "platform/files.h"
 #include "platform/threads.h"
+#include "tests/soak/load_socket.h"
 
 namespace {
 
@@ -19,6 +19,8 @@ using Clock = std::chrono::steady_clock;
 constexpr uint32_t kPollMs = 10;
 constexpr std::chrono::seconds kLongestWait(60);
 constexpr uint32_t kLanguages = 10;
+constexpr std::chrono::seconds kLongestStorm(2);
+constexpr int32_t kUsualSessions = 200;  // the load alone has fewer
 
 // Each begins and ends with marks of its own, by which a torn line is seen.
 constexpr std::array<const char*, 3> kLineFormats = {"<%E|%P|%CIP|%CPort|%RHost>", "{%G%E %DAT %LIP:%LPort}",
@@ -53,35 +55,13 @@ void Hold(CRandom& random, uint64_t nMostMs) {
     Sleep(static_cast<uint32_t>(random.Between(100, nMostMs)));
 }
 
-// New sessions of these operations may be refused while it lives.
-class CRefusals {
-  public:
-    CRefusals(std::span<OpSlot> ops, const std::function<bool(const OpSlot&)>& isMeant) {
-        for (OpSlot& op : ops) {
-            if (isMeant(op)) m_ops.push_back(&op);
-        }
-        for (OpSlot* pOp : m_ops) pOp->admission.Begin();
-    }
-    explicit CRefusals(std::span<OpSlot> ops) : CRefusals(ops, [](const OpSlot&) { return true; }) {}
-    ~CRefusals() {
-        for (OpSlot* pOp : m_ops) pOp->admission.End();
-    }
-    CRefusals(const CRefusals&) = delete;
-    CRefusals& operator=(const CRefusals&) = delete;
-
-  private:
-    std::vector<OpSlot*> m_ops;
-};
-
-std::span<OpSlot> EngineOps(SharedBlock& shared) {
-    return std::span(shared.ops).first(kEngineOps);
-}
-
 }  // namespace
 
-CHostFaults::CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurroundings& surroundings)
+CHostFaults::CHostFaults(SharedBlock& shared, AppSettings& settings, const EngineCounters& counters,
+                         const CSurroundings& surroundings)
     : m_shared(shared),
       m_settings(settings),
+      m_counters(counters),
       m_surroundings(surroundings),
       m_strLog(surroundings.Folder() + "/engine.log") {}
 
@@ -94,10 +74,11 @@ void CHostFaults::SetUpLog() {
 // All in turn, in an order that is drawn anew each time: none stays away for long.
 void CHostFaults::PlayOne(CRandom& random) {
     using Play = void (CHostFaults::*)(CRandom&);
-    static constexpr std::array<Play, 7> kAll = {&CHostFaults::PlayDescriptorShortage,
+    static constexpr std::array<Play, 8> kAll = {&CHostFaults::PlayDescriptorShortage,
                                                  &CHostFaults::PlayPortShortage,
                                                  &CHostFaults::PlayThreadShortage,
                                                  &CHostFaults::PlayLookupFailure,
+                                                 &CHostFaults::PlayStorm,
                                                  &CHostFaults::PlayFullDisk,
                                                  &CHostFaults::MoveLog,
                                                  &CHostFaults::ReloadTexts};
@@ -111,7 +92,8 @@ void CHostFaults::PlayOne(CRandom& random) {
 }
 
 void CHostFaults::PlayDescriptorShortage(CRandom& random) {
-    const CRefusals refusals(EngineOps(m_shared));
+    CDisturbedTime refusals;
+    for (OpSlot& op : m_shared.EngineOps()) refusals.AddAdmission(op);
     const CDescriptorShortage shortage(random.Below(8));
     Hold(random, 2000);
     m_shared.Add(Tally::DescriptorShortages);
@@ -120,7 +102,8 @@ void CHostFaults::PlayDescriptorShortage(CRandom& random) {
 // The program's operations share the network.
 void CHostFaults::PlayPortShortage(CRandom& random) {
     if (!m_surroundings.HasPortRange()) return;
-    const CRefusals refusals(m_shared.ops);
+    CDisturbedTime refusals;
+    for (OpSlot& op : m_shared.ops) refusals.AddAdmission(op);
     const auto wFirst = static_cast<uint16_t>(random.Between(33000, 60000));
     const CPortShortage shortage(wFirst, static_cast<uint16_t>(wFirst + random.Between(1, 16)));
     Hold(random, 1000);
@@ -128,17 +111,44 @@ void CHostFaults::PlayPortShortage(CRandom& random) {
 }
 
 void CHostFaults::PlayThreadShortage(CRandom& random) {
-    const CRefusals refusals(EngineOps(m_shared));
+    CDisturbedTime refusals;
+    for (OpSlot& op : m_shared.EngineOps()) refusals.AddAdmission(op);
     FailThreadStartsAfter(static_cast<int32_t>(random.Below(10)));
     Hold(random, 500);
     FailThreadStartsAfter(-1);
     m_shared.Add(Tally::ThreadShortages);
 }
 
+// More connections at once than the engine takes, which say nothing and end in one way or the other.
+void CHostFaults::PlayStorm(CRandom& random) {
+    CDisturbedTime refusals;
+    for (OpSlot& op : m_shared.EngineOps()) refusals.AddAdmission(op);
+    const OpSlot& op = m_shared.EngineOps()[random.Below(kEngineOps)];
+    if (op.bUdp) return;
+    {
+        // A full queue of the listener makes a connect wait for seconds.
+        const auto end = Clock::now() + kLongestStorm;
+        std::vector<CLoadSocket> storm(random.Between(100, 1000));
+        for (CLoadSocket& socket : storm) {
+            if (Clock::now() > end) break;
+            socket = CLoadSocket::Connect(SocketKind::Tcp, m_shared.dwClientIp, {m_shared.dwOpIp, op.wPort});
+        }
+        Hold(random, 500);
+        for (CLoadSocket& socket : storm) {
+            if (random.OneIn(2)) socket.Reset();
+        }
+    }
+    if (!WaitFor([&] { return m_counters.nSessions < kUsualSessions; })) m_shared.Fail("sessions of a storm remain");
+    m_shared.Add(Tally::Storms);
+}
+
 // The look-up is tried here too: it must really fail, and really work again.
 void CHostFaults::PlayLookupFailure(CRandom& random) {
     if (!m_surroundings.HasHostTable()) return;
-    const CRefusals refusals(EngineOps(m_shared), [](const OpSlot& op) { return op.bByName; });
+    CDisturbedTime refusals;
+    for (OpSlot& op : m_shared.EngineOps()) {
+        if (op.bByName) refusals.AddAdmission(op);
+    }
     uint32_t dwIp = 0;
     m_surroundings.WriteHostTable(false, m_shared.dwServerIp);
     if (ResolveHostName(kSoakHost, &dwIp)) m_shared.Fail("a name that is gone was found");

@@ -1,10 +1,12 @@
-// What goes wrong around the engine while the load runs: shortages, failing look-ups, a log that cannot be written or is
+// What goes wrong around the engine while the load runs: shortages, storms of connections,
+// failing look-ups, a log that cannot be written or is
 // moved away, texts that are replaced. One at a time, on one thread, in the engine's process.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "engine/engine_counters.h"
 #include "shell/app_settings.h"
 #include "tests/soak/random.h"
 #include "tests/soak/shared_block.h"
@@ -12,8 +14,9 @@
 
 class CHostFaults {
   public:
-    /// All three outlive it.
-    CHostFaults(SharedBlock& shared, AppSettings& settings, const CSurroundings& surroundings);
+    /// All of them outlive it.
+    CHostFaults(SharedBlock& shared, AppSettings& settings, const EngineCounters& counters,
+                const CSurroundings& surroundings);
 
     /// Turns the log on, as the checks expect it to be.
     void SetUpLog();
@@ -28,12 +31,14 @@ class CHostFaults {
     void PlayThreadShortage(CRandom& random);
     void PlayLookupFailure(CRandom& random);
     void PlayFullDisk(CRandom& random);
+    void PlayStorm(CRandom& random);
     void MoveLog(CRandom& random);
     void ReloadTexts(CRandom& random);
     void CheckLog(const std::string& strPath);
 
     SharedBlock& m_shared;
     AppSettings& m_settings;
+    const EngineCounters& m_counters;
     const CSurroundings& m_surroundings;
     const std::string m_strLog;
     std::vector<size_t> m_left;  // faults of this turn that are still to come, the next one last

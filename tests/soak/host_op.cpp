@@ -61,8 +61,8 @@ bool CHostOp::IsAtRest() const {
 }
 
 void CHostOp::Disturb(CRandom& random) {
-    const DisturbedTime ended(Slot().life);
-    const DisturbedTime refused(Slot().admission);
+    CDisturbedTime disturbed;
+    disturbed.AddOp(Slot());
     if (random.OneIn(4)) {
         // Its end is that of a running operation that is deleted.
         MakeOp();

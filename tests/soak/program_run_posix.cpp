@@ -69,8 +69,7 @@ void CProgramRun::WriteSettings() {
     settings.logFilePath.Set(m_strLog);
     settings.logEntryFormat.Set("%E %CIP %CPort %DAT");
     CPortForwardOp** ppNext = &settings.firstOp;
-    for (int n = kEngineOps; n < kOps; ++n) {
-        const OpSlot& slot = m_shared.ops[static_cast<size_t>(n)];
+    for (const OpSlot& slot : m_shared.ProgramOps()) {
         const ServerSlot& server = m_shared.servers[static_cast<size_t>(slot.nServer)];
         settings.operations.push_back(std::make_unique<CPortForwardOp>());
         CPortForwardOp& op = *settings.operations.back();
@@ -121,7 +120,7 @@ void CProgramRun::Launch(int nOutput) {
 // The operations' lines come in the order of the file.
 bool CProgramRun::ReadStarted(int nOutput) {
     std::string strLine;
-    int nStarted = 0;
+    size_t nStarted = 0;
     while (nStarted < kProgramOps) {
         pollfd wait = {nOutput, POLLIN, 0};
         char ch = 0;
@@ -129,7 +128,7 @@ bool CProgramRun::ReadStarted(int nOutput) {
         if (ch != '\n') {
             strLine += ch;
         } else if (strLine.starts_with("started ")) {
-            m_shared.ops[static_cast<size_t>(kEngineOps + nStarted++)].wPort = PortIn(strLine);
+            m_shared.ProgramOps()[nStarted++].wPort = PortIn(strLine);
             strLine.clear();
         }
     }
@@ -137,11 +136,10 @@ bool CProgramRun::ReadStarted(int nOutput) {
 }
 
 void CProgramRun::Restart() {
-    OpSlot* const pFirst = &m_shared.ops[kEngineOps];
-    for (OpSlot* pOp = pFirst; pOp != pFirst + kProgramOps; ++pOp) pOp->life.Begin(), pOp->admission.Begin();
+    CDisturbedTime disturbed;
+    for (OpSlot& op : m_shared.ProgramOps()) disturbed.AddOp(op);
     Stop();
     Start();
-    for (OpSlot* pOp = pFirst; pOp != pFirst + kProgramOps; ++pOp) pOp->life.End(), pOp->admission.End();
     m_shared.Add(Tally::ProgramRestarts);
 }
 

@@ -33,6 +33,7 @@ const char* TallyName(Tally tally) {
         "descriptor shortages",
         "port shortages",
         "thread shortages",
+        "storms of connections",
         "failed name lookups, and back",
         "full disks under the log",
         "logs moved away",
@@ -54,6 +55,20 @@ void Disturbance::End() {
 uint32_t Disturbance::Token() const {
     const uint32_t nBegun = m_nBegun;
     return m_nActive == 0 ? nBegun : kNone;
+}
+
+void CDisturbedTime::Add(Disturbance& disturbance) {
+    disturbance.Begin();
+    m_disturbances.push_back(&disturbance);
+}
+
+void CDisturbedTime::AddOp(OpSlot& op) {
+    Add(op.admission);
+    Add(op.life);
+}
+
+CDisturbedTime::~CDisturbedTime() {
+    for (Disturbance* const pDisturbance : m_disturbances) pDisturbance->End();
 }
 
 void SharedBlock::Fail(const char* pszFormat, ...) {

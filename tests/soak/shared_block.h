@@ -8,6 +8,8 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <span>
+#include <vector>
 
 inline constexpr int kClients = 3;
 inline constexpr int kServers = 2;
@@ -38,6 +40,7 @@ enum class Tally {
     DescriptorShortages,
     PortShortages,
     ThreadShortages,
+    Storms,
     LookupFailures,
     FullDisks,
     LogsMoved,
@@ -65,18 +68,6 @@ class Disturbance {
     std::atomic<uint32_t> m_nBegun = 0;
 };
 
-/// Disturbs from its construction to its end.
-class DisturbedTime {
-  public:
-    explicit DisturbedTime(Disturbance& disturbance) : m_disturbance(disturbance) { m_disturbance.Begin(); }
-    ~DisturbedTime() { m_disturbance.End(); }
-    DisturbedTime(const DisturbedTime&) = delete;
-    DisturbedTime& operator=(const DisturbedTime&) = delete;
-
-  private:
-    Disturbance& m_disturbance;
-};
-
 /// One operation that the clients use. Fixed after the set-up, save for the atomics.
 struct OpSlot {
     bool bUdp = false;
@@ -87,6 +78,24 @@ struct OpSlot {
     std::atomic<uint16_t> wPort = 0;  // host byte order; 0: not known yet. Its owner writes
     Disturbance admission;            // new sessions may be refused
     Disturbance life;                 // open sessions may be ended
+};
+
+/// Disturbs from its construction to its end whatever was added to it meanwhile.
+class CDisturbedTime {
+  public:
+    CDisturbedTime() = default;
+    ~CDisturbedTime();
+    CDisturbedTime(const CDisturbedTime&) = delete;
+    CDisturbedTime& operator=(const CDisturbedTime&) = delete;
+
+    void Add(Disturbance& disturbance);
+    /// New sessions of the operation may be refused.
+    void AddAdmission(OpSlot& op) { Add(op.admission); }
+    /// Its open sessions may be ended as well.
+    void AddOp(OpSlot& op);
+
+  private:
+    std::vector<Disturbance*> m_disturbances;
 };
 
 struct ClientSlot {
@@ -115,6 +124,9 @@ struct SharedBlock {
     std::array<ClientSlot, kClients> clients;
     std::array<ServerSlot, kServers> servers;
 
+    /// The operations of the engine under test, and those of the program.
+    std::span<OpSlot> EngineOps() { return std::span(ops).first(kEngineOps); }
+    std::span<OpSlot> ProgramOps() { return std::span(ops).last(kProgramOps); }
     void Add(Tally tally, uint64_t nCount = 1) { tallies[static_cast<size_t>(tally)] += nCount; }
     uint64_t Get(Tally tally) const { return tallies[static_cast<size_t>(tally)]; }
     /// Tells of something that must not be, at once and on standard error, and counts it. printf-style.

@@ -27,6 +27,11 @@ CStreamPump::CStreamPump(CLoadSocket& socket, const CStreamBytes& out, const CSt
     m_readFrom = m_writeFrom = m_lastMove = Clock::now();
 }
 
+void CStreamPump::SetDone(uint64_t nSent, uint64_t nReceived) {
+    m_nSent = nSent;
+    m_nReceived = nReceived;
+}
+
 PumpEnd CStreamPump::Run() {
     for (PumpEnd end;;) {
         if (m_manner.bEndWhenReceived && IsReceivedWhole()) return PumpEnd::Complete;

@@ -31,12 +31,12 @@ struct PumpManner {
 
 class CStreamPump {
   public:
-    /// All three outlive the pump. nReceived bytes of `in` have been received and checked before.
+    /// The socket and both streams outlive the pump.
     CStreamPump(CLoadSocket& socket, const CStreamBytes& out, const CStreamBytes& in, const PumpManner& manner,
                 uint64_t nSeed);
 
-    /// Bytes of either stream that have passed already.
-    void SetDone(uint64_t nSent, uint64_t nReceived) { m_nSent = nSent, m_nReceived = nReceived; }
+    /// Before Run: how many bytes of either stream have passed already, checked.
+    void SetDone(uint64_t nSent, uint64_t nReceived);
     PumpEnd Run();
 
     uint64_t Sent() const { return m_nSent; }

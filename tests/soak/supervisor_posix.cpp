@@ -104,10 +104,9 @@ void CSupervisor::StartClient(int nClient) {
 
 void CSupervisor::KillServer(int nServer) {
     ServerSlot& slot = m_shared.servers[static_cast<size_t>(nServer)];
+    CDisturbedTime disturbed;
     for (OpSlot& op : m_shared.ops) {
-        if (op.nServer != nServer) continue;
-        op.admission.Begin();
-        op.life.Begin();
+        if (op.nServer == nServer) disturbed.AddOp(op);
     }
     kill(m_servers[nServer], SIGKILL);
     waitpid(m_servers[nServer], nullptr, 0);
@@ -115,22 +114,16 @@ void CSupervisor::KillServer(int nServer) {
     slot.nBusy = 0;
     if (m_random.OneIn(2)) Sleep(static_cast<uint32_t>(m_random.Spread(500)));
     StartServer(nServer);
-    for (OpSlot& op : m_shared.ops) {
-        if (op.nServer != nServer) continue;
-        op.admission.End();
-        op.life.End();
-    }
     m_shared.Add(Tally::ServerKills);
 }
 
 void CSupervisor::KillClient(int nClient) {
     ClientSlot& slot = m_shared.clients[static_cast<size_t>(nClient)];
-    {
-        const DisturbedTime disturbed(slot.life);
-        kill(m_clients[nClient], SIGKILL);
-        waitpid(m_clients[nClient], nullptr, 0);
-        slot.nBusy = 0;
-    }
+    CDisturbedTime disturbed;
+    disturbed.Add(slot.life);
+    kill(m_clients[nClient], SIGKILL);
+    waitpid(m_clients[nClient], nullptr, 0);
+    slot.nBusy = 0;
     StartClient(nClient);
     m_shared.Add(Tally::ClientKills);
 }

@@ -52,6 +52,14 @@ bool RaiseLoopback() {
     return ioctl(any.Descriptor(), SIOCSIFFLAGS, &request) == 0;
 }
 
+// As the program does: it and all other processes inherit the limit.
+void RaiseDescriptorLimit() {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 bool BindOver(const std::string& strFile, const char* pszTarget) {
     return mount(strFile.c_str(), pszTarget, nullptr, MS_BIND, nullptr) == 0;
 }
@@ -63,6 +71,7 @@ std::string ImpossibleHost() {
 }
 
 CSurroundings::CSurroundings() {
+    RaiseDescriptorLimit();
     std::string strName = (std::filesystem::temp_directory_path() / "zelkor-soak-XXXXXX").string();
     if (mkdtemp(strName.data()) == nullptr) {
         std::perror("soak: no folder");
