@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include "language/language_store.h"
 #include "log/log_writer.h"
 #include "platform/threads.h"
 #include "store/settings_image.h"
 #include "tests/soak/host_faults.h"
+#include "tests/soak/host_op.h"
 #include "tests/soak/left_behind.h"
 
 namespace {

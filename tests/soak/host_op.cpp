@@ -1,6 +1,8 @@
+#include "tests/soak/host_op.h"
+
 #include "platform/threads.h"
 #include "shell/link_operation.h"
-#include "tests/soak/engine_host.h"
+#include "tests/soak/surroundings.h"
 
 namespace {
 

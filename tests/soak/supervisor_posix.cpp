@@ -10,10 +10,12 @@
 #include <cstdlib>
 #include <new>
 
+#include "platform/socket.h"
 #include "platform/threads.h"
 #include "tests/soak/engine_host.h"
 #include "tests/soak/load_processes.h"
 #include "tests/soak/program_run.h"
+#include "tests/soak/random.h"
 #include "tests/soak/supervisor.h"
 
 namespace {
