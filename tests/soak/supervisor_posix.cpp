@@ -24,6 +24,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kPollMs = 10;
 constexpr std::chrono::minutes kWordPeriod(1);
+constexpr std::chrono::minutes kLongestEnd(10);  // a stop that waits for ever shows by it
 
 // What the processes share; it lasts as long as they do.
 SharedBlock& MakeSharedBlock() {
@@ -143,12 +144,18 @@ void CSupervisor::DoSomeHarm() {
 void CSupervisor::KillUntilHostEnds(pid_t host) {
     auto next = Clock::now();
     auto nextWord = next + kWordPeriod;
+    auto last = next + std::chrono::seconds(m_options.nSeconds) + kLongestEnd;
     int nStatus = 0;
     while (waitpid(host, &nStatus, WNOHANG) == 0) {
         Sleep(kPollMs);
         if (Clock::now() >= nextWord) {
             TellProgress();
             nextWord += kWordPeriod;
+        }
+        if (Clock::now() >= last) {
+            m_shared.Fail("the engine's process does not end");
+            kill(host, SIGKILL);
+            last = Clock::time_point::max();
         }
         if (Clock::now() < next) continue;
         next = Clock::now() + std::chrono::milliseconds(m_random.Between(1000, 5000));
