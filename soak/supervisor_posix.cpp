@@ -12,11 +12,11 @@
 
 #include "platform/socket.h"
 #include "platform/threads.h"
-#include "tests/soak/engine_host.h"
-#include "tests/soak/load_processes.h"
-#include "tests/soak/program_run.h"
-#include "tests/soak/random.h"
-#include "tests/soak/supervisor.h"
+#include "soak/engine_host.h"
+#include "soak/load_processes.h"
+#include "soak/program_run.h"
+#include "soak/random.h"
+#include "soak/supervisor.h"
 
 namespace {
 

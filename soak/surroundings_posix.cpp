@@ -1,4 +1,4 @@
-#include "tests/soak/surroundings.h"
+#include "soak/surroundings.h"
 
 #include <net/if.h>
 #include <sched.h>
@@ -15,8 +15,8 @@
 
 #include "platform/files.h"
 #include "platform/socket.h"
-#include "tests/soak/left_behind.h"
-#include "tests/soak/load_socket.h"
+#include "soak/left_behind.h"
+#include "soak/load_socket.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "tests/soak/tcp_load.h"
+#include "soak/tcp_load.h"
 
 #include <algorithm>
 
-#include "tests/soak/stream_pump.h"
+#include "soak/stream_pump.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/soak/stream.h"
+#include "soak/stream.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "tests/soak/random.h"
+#include "soak/random.h"
 
 #include <algorithm>
 #include <bit>

@@ -8,9 +8,9 @@
 
 #include "engine/engine_counters.h"
 #include "shell/app_settings.h"
-#include "tests/soak/random.h"
-#include "tests/soak/shared_block.h"
-#include "tests/soak/surroundings.h"
+#include "soak/random.h"
+#include "soak/shared_block.h"
+#include "soak/surroundings.h"
 
 class CHostFaults {
   public:

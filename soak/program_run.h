@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/soak/left_behind.h"
-#include "tests/soak/shared_block.h"
+#include "soak/left_behind.h"
+#include "soak/shared_block.h"
 
 class CProgramRun {
   public:

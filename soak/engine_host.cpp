@@ -1,4 +1,4 @@
-#include "tests/soak/engine_host.h"
+#include "soak/engine_host.h"
 
 #include <algorithm>
 #include <chrono>
@@ -9,10 +9,10 @@
 #include "language/language_store.h"
 #include "log/log_writer.h"
 #include "platform/threads.h"
+#include "soak/host_faults.h"
+#include "soak/host_op.h"
+#include "soak/left_behind.h"
 #include "store/settings_image.h"
-#include "tests/soak/host_faults.h"
-#include "tests/soak/host_op.h"
-#include "tests/soak/left_behind.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "tests/soak/load_processes.h"
+#include "soak/load_processes.h"
 
 #include <thread>
 #include <vector>
 
 #include "platform/threads.h"
-#include "tests/soak/tcp_load.h"
-#include "tests/soak/udp_load.h"
+#include "soak/tcp_load.h"
+#include "soak/udp_load.h"
 
 namespace {
 

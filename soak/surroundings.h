@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/soak/shared_block.h"
+#include "soak/shared_block.h"
 
 /// The name by which operations lead to the servers, when there is a host table of our own.
 inline constexpr char kSoakHost[] = "soak-server.test";

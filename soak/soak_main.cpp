@@ -7,7 +7,7 @@
 #include <cstring>
 #include <optional>
 
-#include "tests/soak/supervisor.h"
+#include "soak/supervisor.h"
 
 namespace {
 

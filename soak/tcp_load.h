@@ -1,9 +1,9 @@
 // Both ends of the TCP sessions of the load, and their judgement of what came through.
 #pragma once
 
-#include "tests/soak/load_socket.h"
-#include "tests/soak/random.h"
-#include "tests/soak/shared_block.h"
+#include "soak/load_socket.h"
+#include "soak/random.h"
+#include "soak/shared_block.h"
 
 /// One session through an operation: begins it, carries it, and holds it to its plan. Blocks until it is over. Any thread.
 void RunTcpSession(SharedBlock& shared, int nClient, int nOp, CRandom& random);

@@ -7,8 +7,8 @@
 
 #include <cstdint>
 
-#include "tests/soak/shared_block.h"
-#include "tests/soak/surroundings.h"
+#include "soak/shared_block.h"
+#include "soak/surroundings.h"
 
 /// Runs the whole of it; the failures stand in the shared block.
 void RunEngineHost(SharedBlock& shared, const CSurroundings& surroundings, uint32_t nSeconds);

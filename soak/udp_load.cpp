@@ -1,4 +1,4 @@
-#include "tests/soak/udp_load.h"
+#include "soak/udp_load.h"
 
 #include <algorithm>
 #include <array>

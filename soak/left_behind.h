@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "tests/soak/shared_block.h"
+#include "soak/shared_block.h"
 
 struct LeftBehind {
     int32_t nThreads = 0;

@@ -5,9 +5,9 @@
 // nothing disturbed not all may be lost.
 #pragma once
 
-#include "tests/soak/load_socket.h"
-#include "tests/soak/random.h"
-#include "tests/soak/shared_block.h"
+#include "soak/load_socket.h"
+#include "soak/random.h"
+#include "soak/shared_block.h"
 
 /// One client with a socket of its own, for some dozens of datagrams. Blocks. Any thread.
 void RunUdpSession(SharedBlock& shared, int nClient, int nOp, CRandom& random);

@@ -12,7 +12,7 @@
 #include <span>
 #include <vector>
 
-#include "tests/soak/random.h"
+#include "soak/random.h"
 
 enum class StreamKind : uint8_t {
     Exchange,         // both ways, whole

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "platform/threads.h"
-#include "tests/soak/left_behind.h"
+#include "soak/left_behind.h"
 
 namespace {
 

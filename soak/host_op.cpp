@@ -1,8 +1,8 @@
-#include "tests/soak/host_op.h"
+#include "soak/host_op.h"
 
 #include "platform/threads.h"
 #include "shell/link_operation.h"
-#include "tests/soak/surroundings.h"
+#include "soak/surroundings.h"
 
 namespace {
 

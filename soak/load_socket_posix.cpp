@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "tests/soak/load_socket.h"
+#include "soak/load_socket.h"
 
 namespace {
 

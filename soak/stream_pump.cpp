@@ -1,4 +1,4 @@
-#include "tests/soak/stream_pump.h"
+#include "soak/stream_pump.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "tests/soak/shared_block.h"
+#include "soak/shared_block.h"
 
 #include <cstdarg>
 #include <cstdio>

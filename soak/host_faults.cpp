@@ -1,4 +1,4 @@
-#include "tests/soak/host_faults.h"
+#include "soak/host_faults.h"
 
 #include <array>
 #include <chrono>
@@ -10,7 +10,7 @@
 #include "language/language_store.h"
 #include "platform/files.h"
 #include "platform/threads.h"
-#include "tests/soak/load_socket.h"
+#include "soak/load_socket.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include "platform/files.h"
 #include "platform/threads.h"
 #include "shell/app_settings.h"
+#include "soak/program_run.h"
 #include "store/settings_file.h"
 #include "store/settings_image.h"
-#include "tests/soak/program_run.h"
 
 namespace {
 

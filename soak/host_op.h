@@ -10,8 +10,8 @@
 #include "engine/port_forward_op.h"
 #include "log/log_queue.h"
 #include "shell/app_settings.h"
-#include "tests/soak/random.h"
-#include "tests/soak/shared_block.h"
+#include "soak/random.h"
+#include "soak/shared_block.h"
 
 class CHostOp {
   public:

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "tests/soak/shared_block.h"
+#include "soak/shared_block.h"
 
 /// Sessions through all operations, on several threads, while bLoad is set; returns when bEnd is.
 void RunClientProcess(SharedBlock& shared, int nClient, uint64_t nSeed);

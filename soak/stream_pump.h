@@ -5,9 +5,9 @@
 #include <chrono>
 #include <cstdint>
 
-#include "tests/soak/load_socket.h"
-#include "tests/soak/random.h"
-#include "tests/soak/stream.h"
+#include "soak/load_socket.h"
+#include "soak/random.h"
+#include "soak/stream.h"
 
 enum class BreakManner { None, Reset, HalfClose, Close };
 
