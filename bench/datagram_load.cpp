@@ -29,6 +29,7 @@ struct Counts {
     uint64_t nEchoed = 0;
     uint64_t nLost = 0;
     uint64_t nLate = 0;
+    uint64_t nForeign = 0;  // came, and are nothing that was sent
 };
 
 struct Mark {
@@ -107,8 +108,8 @@ void CDatagramRun::TakeEcho(Client* pClient, const char* pEcho, size_t nSize) {
     uint64_t nNumber = 0;
     if (nSize == m_message.size()) std::memcpy(&nNumber, pEcho, sizeof nNumber);
     Place& place = pClient->places[nNumber % m_load.nInFlight];
-    if (nSize != m_message.size() || nNumber > place.nNumber) {
-        m_strError = "an echo of " + std::to_string(nSize) + " bytes is not what was sent";
+    if (nSize != m_message.size() || nNumber > place.nNumber || pEcho[nSize - 1] != m_message.back()) {
+        ++m_counts.nForeign;
     } else if (nNumber < place.nNumber || !place.bOut) {
         ++m_counts.nLate;
     } else {
@@ -175,6 +176,7 @@ void CDatagramRun::AddTo(LoadResult* pResult) const {
     pResult->Add("total", m_counts.nEchoed);
     pResult->Add("lost", m_counts.nLost);
     pResult->Add("late", m_counts.nLate);
+    pResult->Add("foreign", m_counts.nForeign);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 struct DatagramLoad {
     uint16_t wPort = 0;
     size_t nClients = 1;
-    size_t nBytes = 64;      // of each datagram, at least 8
+    size_t nBytes = 64;      // of each datagram, above 8
     uint32_t nInFlight = 1;  // of each client
     LoadWindow window;
 };

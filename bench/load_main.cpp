@@ -43,7 +43,7 @@ LoadWindow WindowOf(uint32_t nWarmUpMs, uint32_t nMs) {
 
 bool IsUsage(std::string_view strKind, const Numbers& numbers) {
     if (strKind == "sessions") return numbers.empty();
-    if (strKind == "datagrams") return numbers.size() == 5 && numbers[1] >= 8 && numbers[1] <= 2048;
+    if (strKind == "datagrams") return numbers.size() == 5 && numbers[1] > 8 && numbers[1] <= 2048;
     return (strKind == "throughput" || strKind == "connections" || strKind == "round-trip") && numbers.size() == 3;
 }
 

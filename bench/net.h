@@ -59,7 +59,8 @@ void ShutdownSend(const CDescriptor& hSocket);
 /// Makes the calls on a listener or a datagram server return.
 void Interrupt(const CDescriptor& hSocket);
 
-/// Gives one datagram back to its sender, counted before it leaves. False when the socket was interrupted.
+/// Gives one datagram back to its sender, counted before it leaves. An empty one, with which one of the peers begins a
+/// session and by whose echo it would end it, is neither counted nor answered. False when the socket was interrupted.
 [[nodiscard]] bool EchoDatagram(const CDescriptor& hSocket, std::vector<char>& buffer, std::atomic<uint64_t>& nCount);
 
 /// Tells which of many sockets have something to read. One thread waits; any thread adds.

@@ -170,6 +170,7 @@ bool EchoDatagram(const CDescriptor& hSocket, std::vector<char>& buffer, std::at
         recvfrom(hSocket.Get(), buffer.data(), buffer.size(), 0, reinterpret_cast<sockaddr*>(&sender), &nSenderSize);
     // An interrupted socket gives an empty datagram without a sender.
     if (nBytes < 0 || nSenderSize == 0) return false;
+    if (nBytes == 0) return true;
     nCount.fetch_add(1);
     sendto(hSocket.Get(), buffer.data(), static_cast<size_t>(nBytes), 0, System(sender), sizeof sender);
     return true;

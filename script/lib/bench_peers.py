@@ -68,9 +68,11 @@ class Zelkor(Peer):
     name = "zelkor"
     version_option = "--version"
 
+    def __init__(self, build):
+        self.file = pathlib.Path(build) / "zelkor"
+
     def path(self):
-        program = ROOT / "build/linux/zelkor"
-        return str(program) if program.exists() else None
+        return str(self.file) if self.file.exists() else None
 
     def command(self, _folder, kind, port, target):
         return [self.path(), "--max", MOST_SESSIONS, "--timeout", 3600_000, kind, f"127.0.0.1:{port}",
@@ -130,5 +132,8 @@ class Direct:
     kinds = ("tcp", "udp")
 
 
-PEERS = [Direct(), Zelkor(), Haproxy(), Nginx(), Rinetd(), Socat()]
-NAMES = [peer.name for peer in PEERS]
+def every_peer(build):
+    return [Direct(), Zelkor(build), Haproxy(), Nginx(), Rinetd(), Socat()]
+
+
+NAMES = [kind.name for kind in (Direct, Zelkor, Haproxy, Nginx, Rinetd, Socat)]

@@ -85,15 +85,21 @@ def complaint(measurement, sample):
     if measurement.tool == "round-trip" and number["echoed"] != number["total"] * measurement.numbers[0]:
         return f"{number['echoed']} bytes were echoed for {number['total']} messages"
     if measurement.tool == "datagrams":
-        if number["sent"] != number["total"] + number["lost"] or number["arrived"] > number["sent"]:
+        is_plausible = number["total"] <= number["arrived"] <= number["sent"]
+        if number["sent"] != number["total"] + number["lost"] or not is_plausible:
             return f"of {number['sent']} datagrams {number['arrived']} arrived, {number['total']} came back"
     return ""
 
 
-def remark(sample):
-    """What went wrong without spoiling the figures, as (what, how many, of how many)."""
-    if sample.get("failed"):
-        return "connections failed", sample["failed"], sample["failed"] + sample["total"]
-    if sample.get("lost"):
-        return "datagrams were lost", sample["lost"], sample["sent"]
-    return None
+# What can go wrong without spoiling the figures: its figure in a sample, and the figures of the whole.
+REMARKS = {
+    "failed": ("connections failed", ("failed", "total")),
+    "lost": ("datagrams were lost", ("sent",)),
+    "foreign": ("datagrams came back that nobody had sent", ("total", "foreign")),
+}
+
+
+def remarks(sample):
+    """As (what, how many, of how many)."""
+    return [(text, sample[name], sum(sample[each] for each in whole))
+            for name, (text, whole) in REMARKS.items() if sample.get(name)]  # fmt: skip

@@ -13,7 +13,7 @@ import bench_peers
 import bench_rows
 import bench_table
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+BUILD = bench_peers.ROOT / "build/linux"
 QUICK = (1, 0.3)
 
 
@@ -106,13 +106,13 @@ def main():
     # The processes that were started are ended on the way out.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     raise_file_limit()
-    peers = [peer for peer in bench_peers.PEERS if peer.name in arguments.peers]
+    peers = [peer for peer in bench_peers.every_peer(BUILD) if peer.name in arguments.peers]
     measurements = [each for each in bench_rows.MEASUREMENTS if each.name in arguments.rows]
     rows = [row for row in bench_rows.ROWS if row.measurement in arguments.rows]
     load = os.getloadavg()[0]
-    bench = bench_load.Bench(ROOT / "build/linux", arguments.seconds)
+    bench = bench_load.Bench(BUILD, arguments.seconds)
     results = run_rounds(bench, measurements, peers, arguments.rounds, lambda text: print(text, file=sys.stderr))
-    table = bench_table.text(results, rows, measurements, peers, bench_rows.remark)
+    table = bench_table.text(results, rows, measurements, peers, bench_rows.remarks)
     section = "\n".join(["", *conditions(arguments, peers, load), "", "Median (least-most) of the rounds.", "", table, ""])
     print(section)
     if arguments.markdown:

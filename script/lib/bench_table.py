@@ -75,7 +75,7 @@ def aligned(lines):
         yield f"| {' | '.join(padded)} |"
 
 
-def remarks(results, measurements, peers, remark):
+def remarks(results, measurements, peers, remarks_of):
     """Why a place is empty, and what was lost on the way to the others; one line for each, in the table's order."""
     said = []
     for peer in peers:
@@ -86,7 +86,7 @@ def remarks(results, measurements, peers, remark):
                 rounds = "" if len(faults) == len(results.samples[key]) else f", in {len(faults)} of the rounds"
                 said.append((peer.name, f"{faults[0]}{rounds}", measurement.name))
             sums = {}
-            for what, count, whole in filter(None, map(remark, results.samples.get(key, []))):
+            for what, count, whole in (each for sample in results.samples.get(key, []) for each in remarks_of(sample)):
                 old = sums.get(what, (0, 0))
                 sums[what] = (old[0] + count, old[1] + whole)
             said += [(peer.name, f"{count:,.0f} of {whole:,.0f} {what}", measurement.name)
@@ -97,9 +97,9 @@ def remarks(results, measurements, peers, remark):
     return [f"- {name}, {', '.join(places)}: {text}" for (name, text), places in joined.items()]
 
 
-def text(results, rows, measurements, peers, remark):
+def text(results, rows, measurements, peers, remarks_of):
     lines = list(aligned(lines_of(results, rows, peers)))
-    if notes := remarks(results, measurements, peers, remark):
+    if notes := remarks(results, measurements, peers, remarks_of):
         lines += ["", *notes]
     return "\n".join(lines)
 
