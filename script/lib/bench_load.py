@@ -26,10 +26,10 @@ class LoadTool:
     def __enter__(self):
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, fault, *_):
         self.process.stdin.close()
         try:
-            self.process.wait(5)
+            self.process.wait(0 if fault else bench_process.DEADLINE)
         except subprocess.TimeoutExpired:
             self.process.kill()
             self.process.wait()

@@ -75,7 +75,7 @@ def conditions(arguments, peers, load):
     return [
         f"- Machine: {machine()}",
         f"- Programs: {', '.join(versions)}",
-        f"- Run: {arguments.rounds} rounds of {arguments.seconds:g} s on {datetime.date.today().isoformat()}; "
+        f"- Run: {arguments.rounds} round{'s' * (arguments.rounds > 1)} of {arguments.seconds:g} s on {datetime.date.today().isoformat()}; "
         f"the machine's load just before was {load:.2f}",
     ]
 
@@ -106,6 +106,8 @@ def main():
     # The processes that were started are ended on the way out.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     raise_file_limit()
+    if arguments.markdown:
+        bench_table.around_results(arguments.markdown)  # better refused now than behind all the measuring
     peers = [peer for peer in bench_peers.every_peer(BUILD) if peer.name in arguments.peers]
     measurements = [each for each in bench_rows.MEASUREMENTS if each.name in arguments.rows]
     rows = [row for row in bench_rows.ROWS if row.measurement in arguments.rows]

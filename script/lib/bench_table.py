@@ -55,7 +55,7 @@ def ratio(row, results, peers):
         return "-"
     quotient = own / medians[best]
     is_ahead = quotient >= 1 if row.higher_is_better else quotient <= 1
-    return f"{quotient:.2f} of {best}, {'ahead' if is_ahead else 'behind'}"
+    return f"{quotient:.2f} × {best}, {'ahead' if is_ahead else 'behind'}"
 
 
 def lines_of(results, rows, peers):
@@ -104,14 +104,20 @@ def text(results, rows, measurements, peers, remarks_of):
     return "\n".join(lines)
 
 
-def write(path, section):
-    """Puts the section between the document's two marks; a new document is nothing else."""
+def around_results(path):
+    """The document's text in front of the results and behind them; a new document has none."""
     path = pathlib.Path(path)
     old = path.read_text(encoding="utf-8") if path.exists() else f"{BEGIN}\n{END}\n"
     head, begin, rest = old.partition(BEGIN + "\n")
     _, end, tail = rest.partition(END)
     if not begin or not end:
         raise RuntimeError(f"{path} has no lines {BEGIN} and {END} to put the results between")
-    new = path.with_name(path.name + ".new")
-    new.write_text(f"{head}{begin}{section}\n{end}{tail}", encoding="utf-8")
+    return head + begin, end + tail
+
+
+def write(path, section):
+    """Puts the section between the document's two marks."""
+    head, tail = around_results(path)
+    new = pathlib.Path(f"{path}.new")
+    new.write_text(f"{head}{section}\n{tail}", encoding="utf-8")
     new.replace(path)

@@ -42,10 +42,10 @@ class TableTest(unittest.TestCase):
 
     def test_ratio_is_to_the_best_of_the_others_and_direct_is_none_of_them(self):
         values = {"direct": [900], "zelkor": [30], "a": [20], "b": [40]}
-        self.assertIn("0.75 of b, behind", self.table(MORE, **values))
-        self.assertIn("1.50 of a, behind", self.table(LESS, **values))
-        self.assertIn("1.50 of a, ahead", self.table(MORE, zelkor=[30], a=[20]))
-        self.assertIn("0.75 of b, ahead", self.table(LESS, zelkor=[30], b=[40]))
+        self.assertIn("0.75 × b, behind", self.table(MORE, **values))
+        self.assertIn("1.50 × a, behind", self.table(LESS, **values))
+        self.assertIn("1.50 × a, ahead", self.table(MORE, zelkor=[30], a=[20]))
+        self.assertIn("0.75 × b, ahead", self.table(LESS, zelkor=[30], b=[40]))
 
     def test_a_failure_leaves_a_dash_and_its_reason(self):
         table = self.table(MORE, zelkor=[30, 30], a=[None, None], b=[None, 20])
