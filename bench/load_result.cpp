@@ -4,7 +4,7 @@
 
 namespace {
 
-// Texts here come from the system's messages and from this program: a quotation mark is all that could stand in the way.
+// Texts here are the system's messages and this program's own: hardly more than a quotation mark could be in the way.
 std::string Quoted(std::string strText) {
     for (char& ch : strText) {
         if (ch == '"' || ch == '\\' || static_cast<unsigned char>(ch) < ' ') ch = '\'';

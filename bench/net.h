@@ -1,9 +1,9 @@
 // The sockets of the load tool: loopback only, IPv4, ports in host byte order.
 //
-// A CDescriptor owns what the system gave; a function that opens one returns it empty on failure, and LastErrorText tells
-// why as long as no other call came between. Calls block, but no longer than kStallMs: whatever stands still for that long
-// is broken, and the call fails. Any thread may call; one descriptor serves one thread at a time, save that Interrupt
-// comes from anywhere.
+// A CDescriptor owns what the system gave; a function that opens one returns it empty on failure, and LastErrorText
+// tells why as long as no other call came between. Calls block, but those on a TCP connection no longer than kStallMs:
+// what stands still for that long is broken, and the call fails. Any thread may call; one descriptor serves one thread
+// at a time, save that Interrupt comes from anywhere.
 #pragma once
 
 #include <atomic>

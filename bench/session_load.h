@@ -8,8 +8,8 @@ class CHeldSessions {
   public:
     explicit CHeldSessions(uint16_t wPort) : m_wPort(wPort) {}
 
-    /// Opens more until there are nCount in all. Each has had one message of 64 bytes echoed, so that the forwarder has it
-    /// standing on both sides.
+    /// Opens more until there are nCount in all. Each has had one message of 64 bytes echoed, so that the forwarder has
+    /// it standing on both sides.
     LoadResult OpenUpTo(size_t nCount);
 
   private:

@@ -44,8 +44,8 @@ uint64_t SumOf(const std::vector<Client>& clients, std::atomic<uint64_t> Client:
     return nSum;
 }
 
-// Runs the clients, each on a thread of its own, while the window passes; work(client, its number, stop) returns soon after
-// the stop.
+// Runs the clients, each on a thread of its own, while the window passes; work(client, its number, stop) returns soon
+// after the stop.
 template <class Work>
 void RunClients(std::vector<Client>* pClients, const LoadWindow& window, const std::function<uint64_t()>& sum,
                 Work work, LoadResult* pResult) {

@@ -113,11 +113,12 @@ class Bench:
     def _measure_forwarder(peer, measurement, tool, folder, target, sample):
         process, port = start_forwarder(peer, folder, measurement.protocol, target)
         try:
+            # The load begins when the tool is told the port, however busy this program's own processor is.
+            count, before = len(process.members()), process.cpu_seconds()
             tool.tell(port)
             if measurement.tool == "sessions":
                 measure_memory(process, tool, sample)
                 return
-            count, before = len(process.members()), process.cpu_seconds()
             sample.update(tool.answer())
             if measurement.protocol == "tcp":
                 process.wait_idle(count)

@@ -65,8 +65,9 @@ def machine():
     flags = first_value("/proc/cpuinfo", "flags").split()
     where = ", a virtual machine" if "hypervisor" in flags else ""
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 1e9
-    return (f"{first_value('/proc/cpuinfo', 'model name')}, {len(os.sched_getaffinity(0))} cores{where}, "
-            f"{memory:.0f} GB; {first_value('/etc/os-release', 'PRETTY_NAME')}, Linux {platform.release()}")  # fmt: skip
+    system = f"{first_value('/etc/os-release', 'PRETTY_NAME')}, Linux {platform.release()}"
+    cores = len(os.sched_getaffinity(0))
+    return f"{first_value('/proc/cpuinfo', 'model name')}, {cores} cores{where}, {memory:.0f} GB; {system}"
 
 
 def conditions(arguments, peers, load):
@@ -75,8 +76,8 @@ def conditions(arguments, peers, load):
     return [
         f"- Machine: {machine()}",
         f"- Programs: {', '.join(versions)}",
-        f"- Run: {arguments.rounds} round{'s' * (arguments.rounds > 1)} of {arguments.seconds:g} s on {datetime.date.today().isoformat()}; "
-        f"the machine's load just before was {load:.2f}",
+        f"- Run: {datetime.date.today().isoformat()}, rounds of {arguments.seconds:g} s: {arguments.rounds}; the "
+        f"machine's load just before was {load:.2f}",
     ]
 
 
@@ -115,7 +116,8 @@ def main():
     bench = bench_load.Bench(BUILD, arguments.seconds)
     results = run_rounds(bench, measurements, peers, arguments.rounds, lambda text: print(text, file=sys.stderr))
     table = bench_table.text(results, rows, measurements, peers, bench_rows.remarks)
-    section = "\n".join(["", *conditions(arguments, peers, load), "", "Median (least-most) of the rounds.", "", table, ""])
+    legend = "Median (least-most) of the rounds."
+    section = "\n".join(["", *conditions(arguments, peers, load), "", legend, "", table, ""])
     print(section)
     if arguments.markdown:
         bench_table.write(arguments.markdown, section)
