@@ -181,7 +181,7 @@ void CDatagramRun::AddTo(LoadResult* pResult) const {
 
 }  // namespace
 
-LoadResult MeasureDatagrams(CLoadServer& server, const DatagramLoad& load) {
+LoadResult MeasureDatagrams(const CLoadServer& server, const DatagramLoad& load) {
     CDatagramRun run(load);
     const std::string strError = run.Run();
     if (!strError.empty()) return FailedLoad(strError);

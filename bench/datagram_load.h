@@ -13,4 +13,4 @@ struct DatagramLoad {
 
 /// A datagram whose echo has not come within a quarter of a second is counted as lost, and another takes its place. An
 /// echo that comes later than that is counted as late and otherwise ignored: sent = echoed + lost.
-LoadResult MeasureDatagrams(CLoadServer& server, const DatagramLoad& load);
+LoadResult MeasureDatagrams(const CLoadServer& server, const DatagramLoad& load);

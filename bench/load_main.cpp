@@ -2,6 +2,7 @@
 // leads to them, measures, and prints what it found. Every line that it prints is one object of JSON.
 #include <charconv>
 #include <cstdio>
+#include <exception>
 #include <iostream>
 #include <span>
 #include <string_view>
@@ -90,7 +91,7 @@ int Run(std::string_view strKind, const Numbers& numbers) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     const std::span<char* const> arguments(argv, static_cast<size_t>(argc));
     const std::string_view strKind = argc > 1 ? argv[1] : "";
     const Numbers numbers = argc > 2 ? ReadNumbers(arguments.subspan(2)) : Numbers();
@@ -99,4 +100,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     return Run(strKind, numbers);
+} catch (const std::exception& error) {
+    // No memory, or no more threads.
+    std::fprintf(stderr, "zelkor_bench: %s\n", error.what());
+    return 1;
 }

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr size_t kBufferBytes = 256 * 1024;
+constexpr size_t kBufferBytes = size_t{256} * 1024;
 
 }  // namespace
 

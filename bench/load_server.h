@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "bench/net.h"
+#include "platform/thread_annotations.h"
 
 constexpr char kSinkMode = 'S';
 constexpr char kEchoMode = 'E';
@@ -44,7 +45,7 @@ class CLoadServer {
     struct Worker {
         CPoller poller;
         std::mutex csConnections;
-        std::unordered_map<int, Connection> connections;  // guarded by csConnections; only the worker takes out
+        std::unordered_map<int, Connection> connections GUARDED_BY(csConnections);  // only the worker takes out
     };
 
     void AcceptConnections();

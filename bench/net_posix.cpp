@@ -190,7 +190,7 @@ bool CPoller::AddForInterrupt(const CDescriptor& hListener) {
 }
 
 const std::vector<int>& CPoller::Wait(int32_t nTimeoutMs) {
-    std::array<epoll_event, kReadyAtOnce> events;
+    std::array<epoll_event, kReadyAtOnce> events = {};
     const int nReady = epoll_wait(m_hPoller.Get(), events.data(), static_cast<int>(events.size()), nTimeoutMs);
     m_ready.clear();
     for (int i = 0; i < nReady; ++i) m_ready.push_back(events[static_cast<size_t>(i)].data.fd);

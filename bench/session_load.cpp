@@ -13,7 +13,7 @@ LoadResult CHeldSessions::OpenUpTo(size_t nCount) {
         const std::string strSession = " session " + std::to_string(m_sockets.size() + 1) + " failed: ";
         CDescriptor hSocket = ConnectStream(m_wPort, 0);
         if (!hSocket.IsOpen()) return FailedLoad("connecting" + strSession + LastErrorText());
-        std::array<char, kMessageBytes> message;
+        std::array<char, kMessageBytes> message = {};
         message.fill(kEchoMode);
         if (!SendAll(hSocket, message.data(), message.size()) || !ReceiveAll(hSocket, message.data(), message.size())) {
             return FailedLoad("the echo of" + strSession + LastErrorText());

@@ -8,7 +8,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t kWriteBytes = 128 * 1024;
+constexpr size_t kWriteBytes = size_t{128} * 1024;
 
 double Seconds(Clock::duration duration) {
     return std::chrono::duration<double>(duration).count();
@@ -50,13 +50,13 @@ template <class Work>
 void RunClients(std::vector<Client>* pClients, const LoadWindow& window, const std::function<uint64_t()>& sum,
                 Work work, LoadResult* pResult) {
     std::atomic<bool> bStop = false;
-    std::vector<std::jthread> threads;
+    std::vector<std::thread> threads;
     for (size_t n = 0; n < pClients->size(); ++n) {
         threads.emplace_back([&, n] { work((*pClients)[n], static_cast<int32_t>(n), bStop); });
     }
     AddWindow(window, sum, pResult);
     bStop = true;
-    threads.clear();
+    for (std::thread& thread : threads) thread.join();
     for (const Client& client : *pClients) {
         if (pResult->strError.empty()) pResult->strError = client.strError;
     }
@@ -146,7 +146,7 @@ LoadResult MeasureThroughput(CLoadServer& server, const StreamLoad& load) {
     return result;
 }
 
-LoadResult MeasureConnections(CLoadServer& server, const StreamLoad& load) {
+LoadResult MeasureConnections(const CLoadServer& server, const StreamLoad& load) {
     std::vector<Client> clients(static_cast<size_t>(load.nClients));
     const auto visits = [&clients] { return SumOf(clients, &Client::nDone); };
     const auto work = [&load](Client& client, int32_t nNumber, const std::atomic<bool>& bStop) {
@@ -164,7 +164,7 @@ LoadResult MeasureConnections(CLoadServer& server, const StreamLoad& load) {
     return result;
 }
 
-LoadResult MeasureRoundTrip(CLoadServer& server, const StreamLoad& load, size_t nBytes) {
+LoadResult MeasureRoundTrip(const CLoadServer& server, const StreamLoad& load, size_t nBytes) {
     Client client;
     client.hSocket = ConnectStream(load.wPort, 0);
     if (!client.hSocket.IsOpen()) return FailedLoad("connecting failed: " + LastErrorText());

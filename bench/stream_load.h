@@ -23,6 +23,6 @@ struct StreamLoad {
 /// Every client sends as fast as it can into the server's sink.
 LoadResult MeasureThroughput(CLoadServer& server, const StreamLoad& load);
 /// Every client, again and again: connect, one byte to the server and back, close.
-LoadResult MeasureConnections(CLoadServer& server, const StreamLoad& load);
+LoadResult MeasureConnections(const CLoadServer& server, const StreamLoad& load);
 /// One client sends a message of nBytes and waits for its echo, again and again. nClients plays no part.
-LoadResult MeasureRoundTrip(CLoadServer& server, const StreamLoad& load, size_t nBytes);
+LoadResult MeasureRoundTrip(const CLoadServer& server, const StreamLoad& load, size_t nBytes);
