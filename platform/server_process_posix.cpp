@@ -1,6 +1,7 @@
 #include "platform/server_process.h"
 
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <time.h>
@@ -21,6 +22,9 @@ void PrepareServerProcess() {
     const sigset_t signals = EndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    // Not where an administrator has chosen another policy.
+    const sched_param normal = {};
+    if (sched_getscheduler(0) == SCHED_OTHER) sched_setscheduler(0, SCHED_BATCH, &normal);
     rlimit files = {};
     if (getrlimit(RLIMIT_NOFILE, &files) != 0) return;
     files.rlim_cur = files.rlim_max;

@@ -22,6 +22,10 @@ struct Endpoint {
 /// want a privileged process for it.
 enum class SocketKind { Tcp, Udp, RawIcmp };
 
+/// Bytes of datagrams that a UDP socket asks the system to hold while its thread is busy with others: what arrives beyond
+/// them is lost. The system may grant less.
+inline constexpr int kDatagramBufferBytes = 1 << 20;
+
 /// What a transfer did: the byte count, or -1 and the system's error code.
 struct [[nodiscard]] IoResult {
     int32_t nBytes = -1;

@@ -62,6 +62,9 @@ int32_t CSocket::Open(SocketKind kind) {
     const SocketType type = TypeOf(kind);
     const int hSocket = socket(AF_INET, type.nType | SOCK_CLOEXEC, type.nProtocol);
     if (hSocket < 0) return errno;
+    if (kind == SocketKind::Udp) {
+        setsockopt(hSocket, SOL_SOCKET, SO_RCVBUF, &kDatagramBufferBytes, sizeof kDatagramBufferBytes);
+    }
     m_hSocket = hSocket;
     return 0;
 }

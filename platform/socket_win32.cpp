@@ -51,6 +51,10 @@ int32_t CSocket::Open(SocketKind kind) {
     if (hSocket == INVALID_SOCKET) return WSAGetLastError();
     // Programs that a user starts from this one must not keep its ports.
     SetHandleInformation(reinterpret_cast<HANDLE>(hSocket), HANDLE_FLAG_INHERIT, 0);
+    if (kind == SocketKind::Udp) {
+        setsockopt(hSocket, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char*>(&kDatagramBufferBytes),
+                   sizeof kDatagramBufferBytes);
+    }
     m_hSocket = static_cast<intptr_t>(hSocket);
     return 0;
 }

@@ -1,12 +1,10 @@
 #include "platform/threads.h"
 
 #include <atomic>
-#include <chrono>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <optional>
-#include <semaphore>
 #include <utility>
 #include <vector>
 
@@ -17,12 +15,12 @@ namespace {
 
 // Enough for a burst of short sessions; each parked thread keeps the stack pages that it has touched.
 constexpr size_t kMaxParked = 256;
-constexpr std::chrono::seconds kParkedTime(10);
+constexpr uint32_t kParkedMs = 10000;
 
-// A system thread of the cache, from its first start to its end. Whoever wakes it holds it too, so that the semaphore
+// A system thread of the cache, from its first start to its end. Whoever wakes it holds it too, so that the signal
 // outlives the wake.
 struct CachedThread {
-    std::binary_semaphore wake{0};
+    CWakeSignal wake;
     ThreadStart start = {};  // what to run next; written before the wake, read behind it
     bool bEnd = false;       // the same: end instead
 };
@@ -44,7 +42,7 @@ class CThreadCache {
             m_parked.pop_back();
         }
         pThread->start = start;
-        pThread->wake.release();
+        pThread->wake.Set();
         return true;
     }
 
@@ -65,7 +63,7 @@ class CThreadCache {
         }
         for (const auto& pThread : released) {
             pThread->bEnd = true;
-            pThread->wake.release();
+            pThread->wake.Set();
         }
         for (size_t nLeft = m_nReleased; nLeft != 0; nLeft = m_nReleased) m_nReleased.wait(nLeft);
     }
@@ -87,10 +85,10 @@ class CThreadCache {
             if (m_parked.size() >= kMaxParked) return false;
             m_parked.push_back(pThread);
         }
-        if (!pThread->wake.try_acquire_for(kParkedTime)) {
+        if (!pThread->wake.WaitFor(kParkedMs)) {
             if (Unpark(pThread)) return false;
             // Taken out of the list a moment ago: the wake is on its way.
-            pThread->wake.acquire();
+            pThread->wake.Wait();
         }
         if (!pThread->bEnd) return true;
         if (m_nReleased.fetch_sub(1) == 1) m_nReleased.notify_all();

@@ -1,4 +1,5 @@
 #include <pthread.h>
+#include <semaphore.h>
 #include <time.h>
 
 #include <cerrno>
@@ -35,6 +36,37 @@ void Sleep(uint32_t dwMilliseconds) {
 
 int32_t ThreadStartError() {
     return EAGAIN;
+}
+
+struct CWakeSignal::State {
+    sem_t sem = {};
+};
+
+CWakeSignal::CWakeSignal() : m_pState(std::make_unique<State>()) {
+    sem_init(&m_pState->sem, 0, 0);
+}
+
+CWakeSignal::~CWakeSignal() {
+    sem_destroy(&m_pState->sem);
+}
+
+void CWakeSignal::Set() {
+    sem_post(&m_pState->sem);
+}
+
+bool CWakeSignal::WaitFor(uint32_t dwMilliseconds) {
+    timespec until = {};
+    clock_gettime(CLOCK_REALTIME, &until);
+    until.tv_sec += dwMilliseconds / 1000;
+    while (sem_timedwait(&m_pState->sem, &until) != 0) {
+        if (errno == ETIMEDOUT) return false;
+    }
+    return true;
+}
+
+void CWakeSignal::Wait() {
+    while (sem_wait(&m_pState->sem) != 0) {
+    }
 }
 
 bool CreateSystemThread(void (*pfnBody)(void*), void* pParam) {

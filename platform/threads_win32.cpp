@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "platform/threads.h"
 #include "platform/threads_system.h"
@@ -14,6 +15,8 @@ struct ThreadBody {
     void* pParam;
 };
 
+constexpr uint32_t kLongMs = 3600 * 1000;
+
 unsigned __stdcall RunBody(void* pBlock) {
     const std::unique_ptr<ThreadBody> pBody(static_cast<ThreadBody*>(pBlock));
     pBody->pfnBody(pBody->pParam);
@@ -24,6 +27,39 @@ unsigned __stdcall RunBody(void* pBlock) {
 
 int32_t ThreadStartError() {
     return ERROR_NO_SYSTEM_RESOURCES;
+}
+
+struct CWakeSignal::State {
+    // Unlike an event these hold no handle and cannot fail.
+    SRWLOCK lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
+    bool bSet = false;  // guarded by lock
+};
+
+CWakeSignal::CWakeSignal() : m_pState(std::make_unique<State>()) {}
+CWakeSignal::~CWakeSignal() = default;
+
+void CWakeSignal::Set() {
+    AcquireSRWLockExclusive(&m_pState->lock);
+    m_pState->bSet = true;
+    ReleaseSRWLockExclusive(&m_pState->lock);
+    WakeConditionVariable(&m_pState->changed);
+}
+
+bool CWakeSignal::WaitFor(uint32_t dwMilliseconds) {
+    const uint64_t nEnd = GetTickCount64() + dwMilliseconds;
+    AcquireSRWLockExclusive(&m_pState->lock);
+    for (uint64_t nNow = GetTickCount64(); !m_pState->bSet && nNow < nEnd; nNow = GetTickCount64()) {
+        SleepConditionVariableSRW(&m_pState->changed, &m_pState->lock, static_cast<DWORD>(nEnd - nNow), 0);
+    }
+    const bool bWoken = std::exchange(m_pState->bSet, false);
+    ReleaseSRWLockExclusive(&m_pState->lock);
+    return bWoken;
+}
+
+void CWakeSignal::Wait() {
+    while (!WaitFor(kLongMs)) {
+    }
 }
 
 bool CreateSystemThread(void (*pfnBody)(void*), void* pParam) {
