@@ -118,9 +118,10 @@ TEST_F(Sockets, InterruptEndsAccept) {
 }
 
 TEST_F(Sockets, OwnsItsHandleOnce) {
+    constexpr int32_t kRounds = 20;
     Bound(SocketKind::Udp);  // whatever the system sets up once is there before the count
     const int32_t nBefore = CountHandles();
-    {
+    for (int32_t nRound = 0; nRound < kRounds; ++nRound) {
         CSocket hFirst = Bound(SocketKind::Udp);
         CSocket hSecond = Bound(SocketKind::Udp);
         const Endpoint second = LocalOf(hSecond);
@@ -135,7 +136,8 @@ TEST_F(Sockets, OwnsItsHandleOnce) {
         hFirst = std::move(hSelf);
         EXPECT_TRUE(hFirst.IsOpen());
     }
-    EXPECT_EQ(CountHandles(), nBefore);
+    // Wine keeps a few of its own between two calls; a fault here would leave one a round.
+    EXPECT_LT(CountHandles(), nBefore + kRounds);
 }
 
 TEST_F(Sockets, ATcpPortCanBeBoundAgainRightAfterItsConnectionsWereClosed) {
