@@ -1,11 +1,14 @@
 """The inputs that fuzzing begins with, made of the real thing: saved settings, the program's texts, log templates, ICMP
-errors. Each function gives the seeds of the target of its name, in the form that fuzz/NAME_fuzz.cpp reads."""
+errors. Each function gives the seeds of the target of its name, in the form that fuzz/NAME_fuzz.cpp reads.
+
+Usage: fuzz_seeds.py FOLDER, which then holds a folder with the seeds of each target."""
 import dataclasses
 import pathlib
 import re
 import shutil
 import socket
 import struct
+import sys
 
 import settings_file
 
@@ -90,3 +93,8 @@ def write(name, folder):
     folder.mkdir(parents=True)
     for number, seed in enumerate(SEEDS[name]() if name in SEEDS else ()):
         (folder / f"{number:03}").write_bytes(seed)
+
+
+if __name__ == "__main__":
+    for target in SEEDS:
+        write(target, pathlib.Path(sys.argv[1]) / target)
