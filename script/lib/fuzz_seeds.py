@@ -30,6 +30,8 @@ def settings_file_seeds():
     yield settings_file.Settings([web, names, stopped], language=1000, log_path="C:\\zelkor.log", tray=True).bytes()
     yield settings_file.Settings([names], version=(1, 1)).bytes()
     whole = settings_file.Settings([names, web]).bytes()
+    odd_size = settings_file.ranges(names.block)
+    yield whole.replace(odd_size, struct.pack("<i", 12) + odd_size[4:])
     for length in (10, 16, 40, 48, 60, 90, 180, 250, 320):
         yield whole[:length]
 
@@ -50,6 +52,8 @@ def language_text_seeds():
 def log_date_seeds():
     for template in (DATE, b"%Y|%MY|%D|%AP|%H12|%H24|%MN|%S|%MS|%Y", b"%%Y %%%Y %%", b"%y %M %", b"a\r\nb"):
         yield TIME + template
+    for hour in (0, 11, 12, 23):
+        yield TIME[:4] + bytes([hour]) + TIME[5:] + b"%H12 %AP"
 
 
 def log_entry_seeds():
