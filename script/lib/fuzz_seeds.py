@@ -1,11 +1,14 @@
 """The inputs that fuzzing begins with, made of the real thing: saved settings, the program's texts, log templates, ICMP
-errors. Each function gives the seeds of the target of its name, in the form that fuzz/NAME_fuzz.cpp reads."""
+errors. Each function gives the seeds of the target of its name, in the form that fuzz/NAME_fuzz.cpp reads.
+
+Usage: fuzz_seeds.py FOLDER, which then holds a folder with the seeds of each target."""
 import dataclasses
 import pathlib
 import re
 import shutil
 import socket
 import struct
+import sys
 
 import settings_file
 
@@ -27,6 +30,8 @@ def settings_file_seeds():
     yield settings_file.Settings([web, names, stopped], language=1000, log_path="C:\\zelkor.log", tray=True).bytes()
     yield settings_file.Settings([names], version=(1, 1)).bytes()
     whole = settings_file.Settings([names, web]).bytes()
+    odd_size = settings_file.ranges(names.block)
+    yield whole.replace(odd_size, struct.pack("<i", 12) + odd_size[4:])
     for length in (10, 16, 40, 48, 60, 90, 180, 250, 320):
         yield whole[:length]
 
@@ -47,6 +52,8 @@ def language_text_seeds():
 def log_date_seeds():
     for template in (DATE, b"%Y|%MY|%D|%AP|%H12|%H24|%MN|%S|%MS|%Y", b"%%Y %%%Y %%", b"%y %M %", b"a\r\nb"):
         yield TIME + template
+    for hour in (0, 11, 12, 23):
+        yield TIME[:4] + bytes([hour]) + TIME[5:] + b"%H12 %AP"
 
 
 def log_entry_seeds():
@@ -90,3 +97,8 @@ def write(name, folder):
     folder.mkdir(parents=True)
     for number, seed in enumerate(SEEDS[name]() if name in SEEDS else ()):
         (folder / f"{number:03}").write_bytes(seed)
+
+
+if __name__ == "__main__":
+    for target in SEEDS:
+        write(target, pathlib.Path(sys.argv[1]) / target)
