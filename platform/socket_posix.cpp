@@ -7,20 +7,9 @@
 #include <cerrno>
 
 #include "platform/socket.h"
+#include "platform/socket_address.h"
 
 namespace {
-
-sockaddr_in ToSystemAddress(const Endpoint& endpoint) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = endpoint.dwIp;
-    address.sin_port = htons(endpoint.wPort);
-    return address;
-}
-
-Endpoint FromSystemAddress(const sockaddr_in& address) {
-    return {address.sin_addr.s_addr, ntohs(address.sin_port)};
-}
 
 int32_t LastErrorIf(bool bFailed) {
     return bFailed ? errno : 0;
@@ -28,17 +17,6 @@ int32_t LastErrorIf(bool bFailed) {
 
 int Handle(intptr_t hSocket) {
     return static_cast<int>(hSocket);
-}
-
-struct SocketType {
-    int nType;
-    int nProtocol;
-};
-
-SocketType TypeOf(SocketKind kind) {
-    if (kind == SocketKind::Tcp) return {SOCK_STREAM, IPPROTO_TCP};
-    if (kind == SocketKind::Udp) return {SOCK_DGRAM, IPPROTO_UDP};
-    return {SOCK_RAW, IPPROTO_ICMP};
 }
 
 IoResult ToResult(ssize_t nBytes) {

@@ -1,21 +1,10 @@
 #include <cstdlib>
 
 #include "platform/socket.h"
+#include "platform/socket_address.h"
 #include "platform/windows_api.h"
 
 namespace {
-
-sockaddr_in ToSystemAddress(const Endpoint& endpoint) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = endpoint.dwIp;
-    address.sin_port = htons(endpoint.wPort);
-    return address;
-}
-
-Endpoint FromSystemAddress(const sockaddr_in& address) {
-    return {address.sin_addr.s_addr, ntohs(address.sin_port)};
-}
 
 SOCKET Handle(intptr_t hSocket) {
     return static_cast<SOCKET>(hSocket);
@@ -24,17 +13,6 @@ SOCKET Handle(intptr_t hSocket) {
 // The code is read only behind a call that failed: the calls leave an old one standing.
 int32_t LastErrorIf(bool bFailed) {
     return bFailed ? WSAGetLastError() : 0;
-}
-
-struct SocketType {
-    int nType;
-    int nProtocol;
-};
-
-SocketType TypeOf(SocketKind kind) {
-    if (kind == SocketKind::Tcp) return {SOCK_STREAM, IPPROTO_TCP};
-    if (kind == SocketKind::Udp) return {SOCK_DGRAM, IPPROTO_UDP};
-    return {SOCK_RAW, IPPROTO_ICMP};
 }
 
 IoResult ToResult(int nBytes) {

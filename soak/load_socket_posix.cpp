@@ -6,21 +6,10 @@
 
 #include <cerrno>
 
+#include "platform/socket_address.h"
 #include "soak/load_socket.h"
 
 namespace {
-
-sockaddr_in ToSystemAddress(const Endpoint& endpoint) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = endpoint.dwIp;
-    address.sin_port = htons(endpoint.wPort);
-    return address;
-}
-
-int TypeOf(SocketKind kind) {
-    return (kind == SocketKind::Tcp ? SOCK_STREAM : SOCK_DGRAM) | SOCK_CLOEXEC;
-}
 
 bool BindTo(int nDescriptor, const Endpoint& local) {
     const sockaddr_in address = ToSystemAddress(local);
@@ -51,7 +40,7 @@ CLoadSocket& CLoadSocket::operator=(CLoadSocket&& other) noexcept {
 }
 
 CLoadSocket CLoadSocket::Connect(SocketKind kind, uint32_t dwFromIp, const Endpoint& to) {
-    CLoadSocket client(socket(AF_INET, TypeOf(kind), 0));
+    CLoadSocket client(socket(AF_INET, TypeOf(kind).nType | SOCK_CLOEXEC, 0));
     if (!client.IsOpen()) return {};
     // Only connect chooses the port: a bind would take one that no other destination could share.
     SetOption(client.m_nDescriptor, IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, 1);
@@ -64,7 +53,7 @@ CLoadSocket CLoadSocket::Connect(SocketKind kind, uint32_t dwFromIp, const Endpo
 }
 
 CLoadSocket CLoadSocket::Serve(SocketKind kind, const Endpoint& local) {
-    CLoadSocket server(socket(AF_INET, TypeOf(kind), 0));
+    CLoadSocket server(socket(AF_INET, TypeOf(kind).nType | SOCK_CLOEXEC, 0));
     if (!server.IsOpen()) return {};
     if (kind == SocketKind::Tcp) SetOption(server.m_nDescriptor, SOL_SOCKET, SO_REUSEADDR, 1);
     if (!BindTo(server.m_nDescriptor, local)) return {};
