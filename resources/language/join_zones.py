@@ -11,18 +11,19 @@ import pathlib
 import re
 import sys
 
-LABELS = {
-    "general": "[Zone_General]",
-    "english": "[Zone_English]",
-    "dutch": "[Zone_Nederlands]",
-    "german": "[Zone_Deutsch]",
-    "french": "[Zone_Francais]",
-    "spanish": "[Zone_Espanol]",
-    "portuguese": "[Zone_Portuguese]",
-    "italian": "[Zone_Italiano]",
-    "japanese": "[Zone_Japanese]",
-    "chinese": "[Zone_Chinese]",
-    "russian": "[Zone_Russian]",
+# The label of each zone, and the code page of the systems that show its language. The general texts are in many scripts.
+ZONES = {
+    "general": ("[Zone_General]", None),
+    "english": ("[Zone_English]", "cp1252"),
+    "dutch": ("[Zone_Nederlands]", "cp1252"),
+    "german": ("[Zone_Deutsch]", "cp1252"),
+    "french": ("[Zone_Francais]", "cp1252"),
+    "spanish": ("[Zone_Espanol]", "cp1252"),
+    "portuguese": ("[Zone_Portuguese]", "cp1252"),
+    "italian": ("[Zone_Italiano]", "cp1252"),
+    "japanese": ("[Zone_Japanese]", "cp932"),
+    "chinese": ("[Zone_Chinese]", "cp950"),
+    "russian": ("[Zone_Russian]", "cp1251"),
 }
 GENERAL_SLOTS = 20
 LANGUAGE_SLOTS = 231
@@ -48,21 +49,31 @@ def read_text(path):
 
 
 def check_label(path, line):
-    label = LABELS.get(pathlib.Path(path).stem)
+    """The code page that the zone must keep to."""
+    label, code_page = ZONES.get(pathlib.Path(path).stem, (None, None))
     if label is None:
         fail(path, 1, "no zone has a file of this name")
     if line != label:
         fail(path, 1, f"the first line must be the zone's label, {label}")
+    return code_page
+
+
+def check_characters(path, number, line, code_page):
+    if any(character in line for character in LOOKALIKES):
+        fail(path, number, "a character that can turn into a bracket or a backslash")
+    try:
+        line.encode(code_page or "utf-8")
+    except UnicodeEncodeError as error:
+        fail(path, number, f"U+{ord(line[error.start]):04X} is not in {code_page}, the code page of this language")
 
 
 def read_zone(path):
     """The zone's lines, checked."""
     lines = read_text(path).rstrip("\n").split("\n")
-    check_label(path, lines[0])
+    code_page = check_label(path, lines[0])
     expected = 0
     for number, line in enumerate(lines[1:], start=2):
-        if any(character in line for character in LOOKALIKES):
-            fail(path, number, "a character that can turn into a bracket or a backslash")
+        check_characters(path, number, line, code_page)
         if not line.startswith("["):
             if expected == 0:
                 fail(path, number, "text ahead of the first slot")
@@ -73,7 +84,7 @@ def read_zone(path):
         if int(entry[1]) != expected:
             fail(path, number, f"slot {entry[1]} where slot {expected} must stand")
         expected += 1
-    slots = GENERAL_SLOTS if lines[0] == LABELS["general"] else LANGUAGE_SLOTS
+    slots = GENERAL_SLOTS if lines[0] == ZONES["general"][0] else LANGUAGE_SLOTS
     if expected != slots:
         fail(path, len(lines), f"{expected} slots instead of {slots}")
     return lines

@@ -75,6 +75,19 @@ class JoinTest(unittest.TestCase):
         self.assert_refused("bracket or a backslash", english=english.replace("[5]\t", "[5]\t\uff3b"))
         self.assert_refused("No such file", "dutch")
 
+    def test_code_page(self):
+        for name, label, shown, missing in [
+            ("english", "Zone_English", "\u20ac", "\u0416"),
+            ("japanese", "Zone_Japanese", "\u8a9e", "\u00e9"),
+            ("chinese", "Zone_Chinese", "\u6f22", "\u6c49"),
+            ("russian", "Zone_Russian", "\u0416", "\u00e9"),
+        ]:
+            run, _ = self.join(**{name: zone(label, 231, {5: shown})})
+            self.assertEqual(run.returncode, 0, run.stderr)
+            (self.folder / "table.bin").unlink()
+            fault = f"{name}.txt:7: U+{ord(missing):04X} is not in cp"
+            self.assert_refused(fault, **{name: zone(label, 231, {5: missing})})
+
 
 if __name__ == "__main__":
     unittest.main()
