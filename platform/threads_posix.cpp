@@ -55,6 +55,7 @@ void CWakeSignal::Set() {
 }
 
 bool CWakeSignal::WaitFor(uint32_t dwMilliseconds) {
+    // The call knows only the clock that can be set: when it is, a parked thread just leaves earlier or later.
     timespec until = {};
     clock_gettime(CLOCK_REALTIME, &until);
     until.tv_sec += dwMilliseconds / 1000;
