@@ -65,7 +65,8 @@ class CThreadCache {
             pThread->bEnd = true;
             pThread->wake.Set();
         }
-        for (size_t nLeft = m_nReleased; nLeft != 0; nLeft = m_nReleased) m_nReleased.wait(nLeft);
+        // Not by the atomic's own wait: where the library builds it on a condition variable, a wake can pass unseen.
+        while (m_nReleased != 0) Sleep(1);
     }
 
   private:
@@ -91,7 +92,7 @@ class CThreadCache {
             pThread->wake.Wait();
         }
         if (!pThread->bEnd) return true;
-        if (m_nReleased.fetch_sub(1) == 1) m_nReleased.notify_all();
+        m_nReleased.fetch_sub(1);
         return false;
     }
 
