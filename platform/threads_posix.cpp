@@ -58,7 +58,9 @@ bool CWakeSignal::WaitFor(uint32_t dwMilliseconds) {
     // The call knows only the clock that can be set: when it is, a parked thread just leaves earlier or later.
     timespec until = {};
     clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_sec += dwMilliseconds / 1000;
+    until.tv_nsec += static_cast<long>(dwMilliseconds % 1000) * 1'000'000;
+    until.tv_sec += static_cast<time_t>(dwMilliseconds / 1000) + until.tv_nsec / 1'000'000'000;
+    until.tv_nsec %= 1'000'000'000;
     while (sem_timedwait(&m_pState->sem, &until) != 0) {
         if (errno == ETIMEDOUT) return false;
     }
