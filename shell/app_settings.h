@@ -16,7 +16,7 @@
 #include "engine/port_forward_op.h"
 #include "language/text_table.h"
 #include "log/log_queue.h"
-#include "platform/shared_value.h"
+#include "platform/threads/shared_value.h"
 
 inline constexpr char kProgramName[] = "Velmoorstack ZELKOR";
 inline constexpr char kProgramVersion[] = "1.0";
