@@ -93,7 +93,7 @@ class CMainDlg : public CDialog {
     void OnStopAll();
     void OnLanguage();
     void ForEachRowFromBelow(void (CMainDlg::*pfnCommand)());
-    bool AskForEdit(CPortForwardOp* pOperation, CPortForwardOp* pEdited);
+    bool AskForEdit(const CPortForwardOp* pOperation, OpSettings* pEdited);
     bool AskForDelete(const CPortForwardOp* pOperation);
     void RefuseWithoutRow() const;
     void RefuseWhileStopping(uint32_t nSlot) const;
@@ -102,7 +102,7 @@ class CMainDlg : public CDialog {
     // The window's part in the work of the workers (main_dlg_workers.cpp)
     bool IsHeld(const CPortForwardOp* pOperation) const;
     bool BeginWork(void (*pfnWorker)(std::unique_ptr<OperationWork>), CPortForwardOp* pOperation,
-                   std::unique_ptr<CPortForwardOp> pEdited = nullptr);
+                   OpSettings edited = {});
     LRESULT OnWorkerStep(WorkStep step, OperationWork* pWork);
     bool CarryOverEdit(OperationWork* pWork);
     void FinishEdit(OperationWork* pWork);

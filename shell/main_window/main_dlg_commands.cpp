@@ -46,7 +46,7 @@ void CMainDlg::SaveSettings() {
 void CMainDlg::OnNew() {
     auto pNew = std::make_unique<CPortForwardOp>();
     CPortForwardOp* const pOperation = pNew.get();
-    if (CPfoOptionsDlg(m_pSettings, true, pOperation, nullptr).DoModal() != IDOK) return;
+    if (CPfoOptionsDlg(m_pSettings, nullptr, &pOperation->m_settings).DoModal() != IDOK) return;
     LinkOperation(pOperation, *m_pSettings, &m_counters, &m_logQueue);
     m_pSettings->operations.push_back(std::move(pNew));
     if (!InsertRow(pOperation)) {
@@ -57,19 +57,18 @@ void CMainDlg::OnNew() {
     SendMessage(WM_SAVE_SETTINGS);
 }
 
-bool CMainDlg::AskForEdit(CPortForwardOp* pOperation, CPortForwardOp* pEdited) {
+bool CMainDlg::AskForEdit(const CPortForwardOp* pOperation, OpSettings* pEdited) {
     const CHold hold(&m_held, pOperation);
-    return CPfoOptionsDlg(m_pSettings, false, pOperation, pEdited).DoModal() == IDOK;
+    return CPfoOptionsDlg(m_pSettings, pOperation, pEdited).DoModal() == IDOK;
 }
 
 void CMainDlg::OnEdit() {
     CPortForwardOp* const pOperation = SelectedOperation();
     if (!pOperation) return RefuseWithoutRow();
     if (IsHeld(pOperation)) return RefuseWhileStopping(kSlotNoEdit);
-    auto pEdited = std::make_unique<CPortForwardOp>();
-    pEdited->m_pStrings = &m_pSettings->slotTable;
-    if (!AskForEdit(pOperation, pEdited.get())) return;
-    BeginWork(EditWorker, pOperation, std::move(pEdited));
+    OpSettings edited;
+    if (!AskForEdit(pOperation, &edited)) return;
+    BeginWork(EditWorker, pOperation, std::move(edited));
     // Writes the old values: the edited ones come into force when the operation has stopped.
     SendMessage(WM_SAVE_SETTINGS);
 }

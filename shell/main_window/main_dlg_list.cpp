@@ -1,5 +1,4 @@
 // The main window's rows: each stands for one operation, to which its item data points.
-#include "engine/session_target.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "shell/main_window/column_layout.h"
@@ -22,11 +21,6 @@ LPARAM DataOf(const CPortForwardOp* pOperation) {
 
 int CALLBACK CompareRows(LPARAM nFirst, LPARAM nSecond, LPARAM nColumn) {
     return CompareOperations(OperationOf(nFirst), OperationOf(nSecond), static_cast<int>(nColumn), g_nSortSign);
-}
-
-const char* ProtocolText(int32_t nProtocol) {
-    if (nProtocol == kProtocolTcp) return "TCP";
-    return nProtocol == kProtocolUdp ? "UDP" : nullptr;
 }
 
 }  // namespace
@@ -53,13 +47,14 @@ bool CMainDlg::InsertRow(CPortForwardOp* pOperation) {
 
 void CMainDlg::FillColumns(int nRow, const CPortForwardOp& operation) const {
     const CListCtrl list = List();
-    const char* const pszProtocol = ProtocolText(operation.m_nProtocol);
+    const OpSettings& settings = operation.m_settings;
+    const char* const pszProtocol = ProtocolText(settings.m_nProtocol);
     if (pszProtocol) list.SetItemText(nRow, COLUMN_PROTOCOL, pszProtocol);
-    list.SetItemText(nRow, COLUMN_LOCAL_IP, FormatIpAddress(operation.m_dwLocalIp));
-    list.SetItemText(nRow, COLUMN_LOCAL_PORT, std::to_string(operation.m_wLocalPort));
-    const bool bToClient = IsTargetTheClient(operation);
-    list.SetItemText(nRow, COLUMN_REMOTE_HOST, bToClient ? Text(kSlotClientAddress) : operation.m_strRemoteHost);
-    list.SetItemText(nRow, COLUMN_REMOTE_PORT, std::to_string(operation.m_wRemotePort));
+    list.SetItemText(nRow, COLUMN_LOCAL_IP, FormatIpAddress(settings.m_dwLocalIp));
+    list.SetItemText(nRow, COLUMN_LOCAL_PORT, std::to_string(settings.m_wLocalPort));
+    const bool bToClient = settings.IsTargetTheClient();
+    list.SetItemText(nRow, COLUMN_REMOTE_HOST, bToClient ? Text(kSlotClientAddress) : settings.m_strRemoteHost);
+    list.SetItemText(nRow, COLUMN_REMOTE_PORT, std::to_string(settings.m_wRemotePort));
 }
 
 CPortForwardOp* CMainDlg::OperationOfRow(int nRow) const {

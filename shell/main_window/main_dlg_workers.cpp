@@ -10,23 +10,6 @@
 
 namespace {
 
-// Everything that a dialog can change. Both are stopped; nothing here can fail half-way.
-void MoveSettings(CPortForwardOp* pFrom, CPortForwardOp* pTo) {
-    pTo->m_nProtocol = pFrom->m_nProtocol;
-    pTo->m_strLocalInterface.swap(pFrom->m_strLocalInterface);
-    pTo->m_dwLocalIp = pFrom->m_dwLocalIp;
-    pTo->m_wLocalPort = pFrom->m_wLocalPort;
-    pTo->m_strRemoteHost.swap(pFrom->m_strRemoteHost);
-    pTo->m_wRemotePort = pFrom->m_wRemotePort;
-    pTo->m_bBounce = pFrom->m_bBounce;
-    pTo->m_nMaxSessions = pFrom->m_nMaxSessions;
-    pTo->m_nUdpTimeoutMs = pFrom->m_nUdpTimeoutMs;
-    pTo->m_bForwardIcmp = pFrom->m_bForwardIcmp;
-    pTo->m_bFiltersEnabled = pFrom->m_bFiltersEnabled;
-    pTo->m_allowRanges.swap(pFrom->m_allowRanges);
-    pTo->m_blockRanges.swap(pFrom->m_blockRanges);
-}
-
 uint32_t StatusAfterStop(const CPortForwardOp& operation) {
     return operation.m_bRunning ? kSlotErrorStopping : kSlotStopped;
 }
@@ -39,12 +22,12 @@ bool CMainDlg::IsHeld(const CPortForwardOp* pOperation) const {
 
 // False when there is no thread for it: the operation then stays as it is.
 bool CMainDlg::BeginWork(void (*pfnWorker)(std::unique_ptr<OperationWork>), CPortForwardOp* pOperation,
-                         std::unique_ptr<CPortForwardOp> pEdited) {
+                         OpSettings edited) {
     auto pWork = std::make_unique<OperationWork>();
     pWork->hMainWnd = GetSafeHwnd();
     pWork->pCounters = &m_counters;
     pWork->pOperation = pOperation;
-    pWork->pEdited = std::move(pEdited);
+    pWork->edited = std::move(edited);
     m_held.insert(pOperation);
     pOperation->m_bStopping = 1;
     m_counters.nThreads.fetch_add(1);
@@ -85,7 +68,7 @@ bool CMainDlg::CarryOverEdit(OperationWork* pWork) {
     pWork->nStatusSlot = StatusAfterStop(*pOperation);
     SetStatus(pOperation, pWork->nStatusSlot);
     if (pOperation->m_bRunning) return false;
-    MoveSettings(pWork->pEdited.get(), pOperation);
+    pOperation->m_settings = std::move(pWork->edited);
     if (pWork->bWasRunning) pWork->nStatusSlot = kSlotErrorStarting;
     return pWork->bWasRunning;
 }

@@ -26,11 +26,11 @@ enum class WorkStep : WPARAM {
 /// Owned by the worker; the window's thread may use it during a step.
 struct OperationWork {
     HWND hMainWnd = nullptr;
-    EngineCounters* pCounters = nullptr;      // outlives the worker
-    CPortForwardOp* pOperation = nullptr;     // held by the window for this worker alone
-    std::unique_ptr<CPortForwardOp> pEdited;  // EditWorker: carries the new settings, never started
-    bool bWasRunning = false;                 // EditWorker
-    uint32_t nStatusSlot = 0;                 // EditWorker: what the row says when all is done
+    EngineCounters* pCounters = nullptr;   // outlives the worker
+    CPortForwardOp* pOperation = nullptr;  // held by the window for this worker alone
+    OpSettings edited;                     // EditWorker: the new settings
+    bool bWasRunning = false;              // EditWorker
+    uint32_t nStatusSlot = 0;              // EditWorker: what the row says when all is done
 };
 
 // The creator has counted the thread in nThreads; taking itself off is its last act.
