@@ -14,17 +14,10 @@
 #include <vector>
 
 #include "engine/port_forward_op.h"
-#include "language/text_table.h"
+#include "language/language_settings.h"
 #include "log/log_queue.h"
 #include "platform/shared_value.h"
-
-inline constexpr char kProgramName[] = "Velmoorstack ZELKOR";
-inline constexpr char kProgramVersion[] = "1.0";
-inline constexpr char kVersionText[] = "v1.0.7.2 [2007.01.25]";
-inline constexpr char kInstalledFileName[] = "VelmoorstackZELKORv1.0.exe";
-
-/// `languageCode` of the language text file that the user chose.
-inline constexpr uint32_t LANGUAGE_FILE = 1000;
+#include "resources/program_names.h"
 
 /// Values of `autoStartMode`; any other value asks.
 inline constexpr uint32_t kAutoStartAlways = 0;
@@ -42,13 +35,7 @@ struct WindowRect {
 
 inline constexpr size_t kColumnCount = 6;
 
-struct AppSettings {
-    // Language
-    uint32_t languageCode = 0;
-    SlotTable slotTable;     // any thread reads
-    SlotTable generalTable;  // fixed after start-up
-    std::string languageFilePath;
-
+struct AppSettings : LanguageSettings {
     // Kept as read and written back
     uint8_t reservedFlag = 0;
     std::string reservedText;

@@ -134,7 +134,7 @@ void CMainDlg::OnStopAll() {
 }
 
 void CMainDlg::OnLanguage() {
-    ChooseLanguage(m_pSettings);
+    ChooseLanguage(m_pSettings, m_pSettings->shellBrowser);
     SaveSettings();
     RelabelWindow();
 }
