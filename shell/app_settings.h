@@ -7,7 +7,6 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -15,8 +14,7 @@
 
 #include "engine/port_forward_op.h"
 #include "language/language_settings.h"
-#include "log/log_queue.h"
-#include "platform/shared_value.h"
+#include "log/log_settings.h"
 #include "resources/program_names.h"
 
 /// Values of `autoStartMode`; any other value asks.
@@ -35,7 +33,7 @@ struct WindowRect {
 
 inline constexpr size_t kColumnCount = 6;
 
-struct AppSettings : LanguageSettings {
+struct AppSettings : LanguageSettings, LogSettings {
     // Kept as read and written back
     uint8_t reservedFlag = 0;
     std::string reservedText;
@@ -84,19 +82,7 @@ struct AppSettings : LanguageSettings {
     uint8_t legalAccepted = 0;
     uint32_t helpMode = 0;
 
-    // Log. Engine threads read the templates and both flags; the log writer reads the path and autoLogEnabled
-    std::atomic<uint8_t> autoLogEnabled = 0;
-    std::atomic<uint8_t> noLogBlocked = 0;
-    CSharedValue<std::string> logDateFormat;
-    CSharedValue<std::string> logEntryFormat;
-    CSharedValue<std::string> logFilePath;
-    uint32_t logIntervalSeconds = 10;
-    std::string logFolder;
-
     // Not saved
-    LogQueue* logQueue = nullptr;                // set before the log writer starts
-    std::atomic<uint8_t> logFlushRequested = 0;  // set by the timer's thread, cleared by the log writer
-    std::atomic<uint8_t> logWriterStop = 0;      // set to 1 at the close, cleared by the log writer as it ends
     std::string modulePath;
     std::string shellBrowser = "explorer.exe";
     uint8_t isPreWin2000 = 0;

@@ -7,7 +7,6 @@
 
 #include "engine/session_target.h"
 #include "language/language_store.h"
-#include "log/log_writer.h"
 #include "platform/files.h"
 #include "platform/server_process.h"
 #include "platform/threads.h"
@@ -22,8 +21,7 @@ namespace {
 // limits are the same in both programs.
 constexpr int32_t kOwnThreads = 2;
 
-// The close of the window waits for the log writer; it looks at its flag every 100 ms.
-constexpr uint32_t kLogWriterPollMs = 10;
+// The log writer ends within a tenth of a second, unless the disk holds it up.
 constexpr uint32_t kLogWriterWaitMs = 500;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
@@ -108,7 +106,7 @@ int CServerRun::StartOperations() {
     int nStarted = 0;
     for (CPortForwardOp* pOp = m_settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) {
         pOp->m_bStarting = 0;
-        LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+        LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
         const bool bWasRunning = pOp->m_bRunning.exchange(0) != 0;
         if (bWasRunning && bStart && StartOperation(pOp)) ++nStarted;
     }
@@ -116,12 +114,7 @@ int CServerRun::StartOperations() {
 }
 
 void CServerRun::StartLogWriter() {
-    m_settings.logFlushRequested = 0;
-    m_settings.logQueue = &m_logQueue;
-    m_counters.nThreads.fetch_add(1);
-    m_bLogWriter = AfxBeginThread(LogWriterThread, &m_settings);
-    if (m_bLogWriter) return;
-    m_counters.nThreads.fetch_sub(1);
+    if (m_logWriter.Start(&m_counters.nThreads)) return;
     PrintError("no log is written: " + SystemErrorText(ThreadStartError()));
 }
 
@@ -133,16 +126,8 @@ void CServerRun::WaitForEnd() {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - std::chrono::steady_clock::now());
         if (WaitForEndSignal(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)))) return;
         if (std::chrono::steady_clock::now() < next) continue;
-        if (m_settings.autoLogEnabled != 0) RequestLogFlush(&m_settings);
+        if (m_settings.autoLogEnabled != 0) m_logWriter.RequestFlush();
         next += period;
-    }
-}
-
-void CServerRun::EndLogWriter() {
-    if (!m_bLogWriter) return;
-    m_settings.logWriterStop = 1;
-    for (uint32_t n = 0; m_settings.logWriterStop != 0 && n < kLogWriterWaitMs; n += kLogWriterPollMs) {
-        Sleep(kLogWriterPollMs);
     }
 }
 
@@ -167,7 +152,7 @@ int CServerRun::RunFile(const std::string& strPath) {
     StartLogWriter();
     WaitForEnd();
     SaveFile(strPath);
-    EndLogWriter();
+    m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }
 
@@ -187,10 +172,10 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     pOp->m_wRemotePort = options.wRemotePort;
     pOp->m_nMaxSessions = options.nMaxSessions;
     pOp->m_nUdpTimeoutMs = options.nUdpTimeoutMs;
-    LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+    LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
     if (!StartOperation(pOp)) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
-    EndLogWriter();
+    m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }
