@@ -3,10 +3,10 @@
 #include <utility>
 
 #include "dialogs/long_message_dlg.h"
-#include "platform/interfaces.h"
 #include "platform/mfc/dialog_font.h"
 #include "platform/mfc/wait_cursor.h"
-#include "platform/socket.h"
+#include "platform/net/interfaces.h"
+#include "platform/net/socket.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"

@@ -1,8 +1,8 @@
 #include "engine/host_text.h"
 
 #include "language/text_table.h"
-#include "platform/message_box.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
+#include "platform/system/message_box.h"
 
 namespace {
 

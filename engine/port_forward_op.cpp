@@ -1,7 +1,7 @@
 #include "engine/port_forward_op.h"
 
 #include "engine/counts.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 
 namespace {
 

@@ -18,9 +18,9 @@
 #include "engine/udp_session.h"
 #include "language/text_table.h"
 #include "log/log_queue.h"
-#include "platform/shared_value.h"
-#include "platform/socket.h"
-#include "platform/thread_annotations.h"
+#include "platform/net/socket.h"
+#include "platform/threads/shared_value.h"
+#include "platform/threads/thread_annotations.h"
 
 /// Values of m_nProtocol: IP protocol numbers. Every other value is kept but cannot be started.
 inline constexpr int32_t kProtocolTcp = 6;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine/session_event.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 class CPortForwardOp;
 

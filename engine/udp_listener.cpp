@@ -8,7 +8,7 @@
 #include "engine/session_event.h"
 #include "engine/session_target.h"
 #include "engine/udp_session.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/shared_value.h"
+#include "platform/threads/shared_value.h"
 
 struct LogSettings {
     std::atomic<uint8_t> autoLogEnabled = 0;

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/files.h"
-#include "platform/threads.h"
+#include "platform/files/files.h"
+#include "platform/threads/threads.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "soak/host_op.h"
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "shell/link_operation.h"
 #include "soak/surroundings.h"
 

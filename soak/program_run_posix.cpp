@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "platform/files.h"
-#include "platform/threads.h"
+#include "platform/files/files.h"
+#include "platform/threads/threads.h"
 #include "shell/app_settings.h"
 #include "soak/program_run.h"
 #include "store/settings_file.h"

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/message_box.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
+#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 
 using testing::ElementsAre;

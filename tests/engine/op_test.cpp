@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "engine/host_text.h"
-#include "platform/message_box.h"
-#include "platform/threads.h"
+#include "platform/system/message_box.h"
+#include "platform/threads/threads.h"
 #include "tests/engine/engine_fixture.h"
 
 namespace {

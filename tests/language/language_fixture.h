@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "language/language_settings.h"
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 
 /// UTF-16 little-endian bytes.
 std::vector<uint8_t> Utf16Bytes(std::u16string_view strText);

@@ -1,5 +1,5 @@
 // The order of operations by the columns of the list.
-#include "shell/operation_sort.h"
+#include "shell/main_window/operation_sort.h"
 
 #include <gmock/gmock.h>
 

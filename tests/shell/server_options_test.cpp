@@ -1,5 +1,5 @@
 // The command line of the program without a window.
-#include "shell/server_options.h"
+#include "shell/server/server_options.h"
 
 #include <gmock/gmock.h>
 

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "tests/store/settings_fixture.h"
 
 namespace {

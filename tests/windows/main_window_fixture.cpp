@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "language/language_store.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "resources/resource.h"
 #include "store/settings_file.h"
 

@@ -3,11 +3,11 @@
 
 #include <array>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
-#include "shell/main_dlg_slots.h"
-#include "shell/window_place.h"
+#include "shell/main_window/main_dlg_slots.h"
+#include "shell/main_window/window_place.h"
 #include "tests/windows/main_window_fixture.h"
 
 using testing::ElementsAre;

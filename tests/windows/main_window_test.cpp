@@ -1,10 +1,10 @@
 // The commands of the main window on real operations.
 #include <gmock/gmock.h>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
-#include "shell/main_dlg_slots.h"
+#include "shell/main_window/main_dlg_slots.h"
 #include "tests/support/left_over.h"
 #include "tests/windows/main_window_fixture.h"
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "language/language_store.h"
-#include "platform/interfaces.h"
-#include "platform/socket.h"
+#include "platform/net/interfaces.h"
+#include "platform/net/socket.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
