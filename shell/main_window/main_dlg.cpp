@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "log/log_writer.h"
 #include "platform/mfc/dialog_font.h"
 #include "platform/mfc/wait_cursor.h"
 #include "platform/mfc/win_app.h"
@@ -59,7 +58,8 @@ CMainDlg::CMainDlg(AppSettings* pSettings, std::atomic<HWND>* phMainWnd, const s
       m_phMainWnd(phMainWnd),
       m_pServiceStop(pServiceStop),
       m_bStartMinimized(bStartMinimized),
-      m_hIcon(::LoadIconA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))) {}
+      m_hIcon(::LoadIconA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))),
+      m_logWriter(*pSettings) {}
 
 INT_PTR CMainDlg::DoModal() {
     return OpenDialogFont(this, m_pSettings->languageCode);
@@ -82,7 +82,8 @@ void CMainDlg::OnInitWindow() {
         return MessageBox(Text(kSlotStartPrevious), Text(kSlotStartPreviousTitle), MB_YESNO | MB_ICONQUESTION) == IDYES;
     }));
     if (m_pSettings->autoLogEnabled) SetTimer(kTimerLog, LogFlushPeriodMs(*m_pSettings));
-    StartLogWriter();
+    // Without the writer the program goes on: nothing but the log is lost.
+    static_cast<void>(m_logWriter.Start(&m_counters.nThreads));
     if (m_bStartMinimized || m_pSettings->startMinimizedSetting) SetTimer(kTimerMinimize, kMinimizePeriodMs);
 }
 
@@ -129,7 +130,7 @@ void CMainDlg::ListOperations(bool bStart) {
             m_pUnlisted = pOperation;
             break;
         }
-        LinkOperation(pOperation, *m_pSettings, &m_counters, &m_logQueue);
+        LinkOperation(pOperation, *m_pSettings, &m_counters, &m_logWriter.Queue());
         const bool bWasRunning = pOperation->m_bRunning.exchange(0) != 0;
         if (!bWasRunning || !bStart) continue;
         List().SetSelectionMark(FindRow(pOperation));
@@ -140,15 +141,6 @@ void CMainDlg::ListOperations(bool bStart) {
     // Rows went in above the mark since: it stays with the operation whose status is shown.
     if (pLastStarted) List().SetSelectionMark(FindRow(pLastStarted));
     m_bListed = true;
-}
-
-void CMainDlg::StartLogWriter() {
-    m_pSettings->logFlushRequested = 0;
-    m_pSettings->logQueue = &m_logQueue;
-    m_counters.nThreads.fetch_add(1);
-    m_bLogWriter = AfxBeginThread(LogWriterThread, m_pSettings);
-    // Without the writer the program goes on: nothing but the log is lost.
-    if (!m_bLogWriter) m_counters.nThreads.fetch_sub(1);
 }
 
 bool CMainDlg::PreTranslateMessage(MSG* pMessage) {

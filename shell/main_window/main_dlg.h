@@ -3,7 +3,7 @@
 // While it is open, the list is the only collection of operations: a row carries a pointer to its operation, which
 // AppSettings::operations owns. Rows, operations and this object are touched only by the thread that is in DoModal; the
 // workers of Stop, Edit and Delete reach them through steps that this thread takes for them (operation_work.h). Engine
-// threads know of the window nothing but m_counters and m_logQueue, which therefore must live until the last of them is
+// threads know of the window nothing but m_counters and m_logWriter, which therefore must live until the last of them is
 // gone. The close ends the process without returning, save in a service.
 #pragma once
 
@@ -14,7 +14,7 @@
 #include <string>
 
 #include "engine/engine_counters.h"
-#include "log/log_queue.h"
+#include "log/log_writer.h"
 #include "platform/mfc/dialog.h"
 #include "platform/mfc/list_ctrl.h"
 #include "platform/mfc/menu.h"
@@ -62,7 +62,6 @@ class CMainDlg : public CDialog {
     void PlaceWindow();
     void InsertColumns();
     void ListOperations(bool bStart);
-    void StartLogWriter();
 
     // Rows and the selection (main_dlg_list.cpp)
     CListCtrl List() const;
@@ -135,7 +134,6 @@ class CMainDlg : public CDialog {
     void LayOutList() const;
     void PaintIcon() const;
     void StoreWindowPlace();
-    void EndLogWriter();
     void OnExit();
 
     // Fixed after construction
@@ -147,7 +145,7 @@ class CMainDlg : public CDialog {
 
     // Shared with the threads of the engine, the log writer and the workers
     EngineCounters m_counters;
-    LogQueue m_logQueue;
+    CLogWriter m_logWriter;
 
     // The rest: thread of the window only
 
@@ -185,7 +183,6 @@ class CMainDlg : public CDialog {
     CPortForwardOp* m_pUnlisted = nullptr;   // head of the operations that got no row at the start
     bool m_bListed = false;                  // the rows stand for the operations of the settings
     bool m_bBatchCommand = false;            // the coming Start or Stop is not to save the settings
-    bool m_bLogWriter = false;               // the log writer has been started
 
     uint32_t m_nLayoutReady = 0;  // kLayoutReady when m_rcList is valid
     RECT m_rcList = {};           // the list's place at the start, client coordinates

@@ -47,7 +47,7 @@ void CMainDlg::OnNew() {
     auto pNew = std::make_unique<CPortForwardOp>();
     CPortForwardOp* const pOperation = pNew.get();
     if (CPfoOptionsDlg(m_pSettings, nullptr, &pOperation->m_settings).DoModal() != IDOK) return;
-    LinkOperation(pOperation, *m_pSettings, &m_counters, &m_logQueue);
+    LinkOperation(pOperation, *m_pSettings, &m_counters, &m_logWriter.Queue());
     m_pSettings->operations.push_back(std::move(pNew));
     if (!InsertRow(pOperation)) {
         m_pSettings->operations.pop_back();
@@ -133,7 +133,7 @@ void CMainDlg::OnStopAll() {
 }
 
 void CMainDlg::OnLanguage() {
-    ChooseLanguage(m_pSettings);
+    ChooseLanguage(m_pSettings, m_pSettings->shellBrowser);
     SaveSettings();
     RelabelWindow();
 }

@@ -1,5 +1,4 @@
 // The main window's timers and the status lines that they keep up to date.
-#include "log/log_writer.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "shell/main_window/main_dlg.h"
@@ -17,7 +16,7 @@ void CMainDlg::OnTimer(UINT_PTR nTimer) {
             RepeatTrayIcon();
             break;
         case kTimerLog:
-            RequestLogFlush(m_pSettings);
+            m_logWriter.RequestFlush();
             break;
         case kTimerMinimize:
             KillTimer(kTimerMinimize);

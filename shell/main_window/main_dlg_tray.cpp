@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr uint32_t kPollMs = 10;
 // The log writer ends within a tenth of a second, unless the disk holds it up or its thread is gone.
 constexpr uint32_t kLogWriterEndMs = 5000;
 
@@ -128,7 +127,7 @@ void CMainDlg::OnClose() {
     }
     StoreWindowPlace();
     SaveSettings();
-    EndLogWriter();
+    m_logWriter.End(kLogWriterEndMs);
     RemoveTrayIcon(true);
     if (!*m_pServiceStop) EndProcess(0);
     CDialog::OnClose();
@@ -140,15 +139,6 @@ void CMainDlg::StoreWindowPlace() {
     if (IsZoomed()) SendMessage(WM_SYSCOMMAND, SC_RESTORE);
     const RECT rect = GetWindowRect();
     m_pSettings->windowRect = {rect.left, rect.top, rect.right, rect.bottom};
-}
-
-// Without a last flush: what the timer has not yet passed on is not written.
-void CMainDlg::EndLogWriter() {
-    if (!m_bLogWriter) return;
-    m_bLogWriter = false;
-    m_pSettings->logWriterStop = 1;
-    for (uint32_t nWaited = 0; m_pSettings->logWriterStop && nWaited < kLogWriterEndMs; nWaited += kPollMs)
-        Sleep(kPollMs);
 }
 
 // The running operations are not stopped: they are saved as running, and their sockets go with the process.
