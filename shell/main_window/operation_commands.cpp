@@ -47,26 +47,25 @@ void COperationCommands::ListOperations(bool bStart) {
 void COperationCommands::OnNew() {
     auto pNew = std::make_unique<CPortForwardOp>();
     CPortForwardOp* const pOperation = pNew.get();
-    if (CPfoOptionsDlg(m_main.pSettings, true, pOperation, nullptr).DoModal() != IDOK) return;
+    if (CPfoOptionsDlg(m_main.pSettings, nullptr, &pOperation->m_settings).DoModal() != IDOK) return;
     Link(pOperation);
     if (!m_pList->Add(std::move(pNew))) return;
     m_pList->Show(pOperation);
     Save();
 }
 
-bool COperationCommands::AskForEdit(CPortForwardOp* pOperation, CPortForwardOp* pEdited) const {
+bool COperationCommands::AskForEdit(const CPortForwardOp* pOperation, OpSettings* pEdited) const {
     const COperationHold hold = m_pWorkers->Hold(pOperation);
-    return CPfoOptionsDlg(m_main.pSettings, false, pOperation, pEdited).DoModal() == IDOK;
+    return CPfoOptionsDlg(m_main.pSettings, pOperation, pEdited).DoModal() == IDOK;
 }
 
 void COperationCommands::OnEdit() {
     CPortForwardOp* const pOperation = m_pList->SelectedOperation();
     if (!pOperation) return RefuseWithoutRow();
     if (m_pWorkers->IsHeld(pOperation)) return RefuseWhileStopping(kSlotNoEdit);
-    auto pEdited = std::make_unique<CPortForwardOp>();
-    pEdited->m_pStrings = &m_main.pSettings->slotTable;
-    if (!AskForEdit(pOperation, pEdited.get())) return;
-    m_pWorkers->Edit(pOperation, std::move(pEdited));
+    OpSettings edited;
+    if (!AskForEdit(pOperation, &edited)) return;
+    m_pWorkers->Edit(pOperation, std::move(edited));
     // Writes the old values: the edited ones come into force when the operation has stopped.
     Save();
 }

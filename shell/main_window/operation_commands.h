@@ -10,6 +10,7 @@ class COperationList;
 class COperationWorkers;
 class CPortForwardOp;
 class CStatusLines;
+struct OpSettings;
 
 class COperationCommands {
   public:
@@ -31,7 +32,7 @@ class COperationCommands {
   private:
     void Link(CPortForwardOp* pOperation) const;
     void ForEachRowFromBelow(void (COperationCommands::*pfnCommand)());
-    bool AskForEdit(CPortForwardOp* pOperation, CPortForwardOp* pEdited) const;
+    bool AskForEdit(const CPortForwardOp* pOperation, OpSettings* pEdited) const;
     bool AskForDelete(const CPortForwardOp* pOperation) const;
     void RefuseWithoutRow() const;
     void RefuseWhileStopping(uint32_t nSlot) const;

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "engine/session_target.h"
 #include "resources/resource.h"
 #include "shell/main_window/column_layout.h"
 #include "shell/main_window/main_dlg_slots.h"
@@ -27,11 +26,6 @@ LPARAM DataOf(const CPortForwardOp* pOperation) {
 
 int CALLBACK CompareRows(LPARAM nFirst, LPARAM nSecond, LPARAM nColumn) {
     return CompareOperations(OperationOf(nFirst), OperationOf(nSecond), static_cast<int>(nColumn), g_nSortSign);
-}
-
-const char* ProtocolText(int32_t nProtocol) {
-    if (nProtocol == kProtocolTcp) return "TCP";
-    return nProtocol == kProtocolUdp ? "UDP" : nullptr;
 }
 
 }  // namespace
@@ -110,13 +104,14 @@ bool COperationList::InsertRow(const CPortForwardOp& operation) const {
 
 void COperationList::FillColumns(int nRow, const CPortForwardOp& operation) const {
     const CListCtrl list = List();
-    const char* const pszProtocol = ProtocolText(operation.m_nProtocol);
+    const OpSettings& settings = operation.m_settings;
+    const char* const pszProtocol = ProtocolText(settings.m_nProtocol);
     if (pszProtocol) list.SetItemText(nRow, COLUMN_PROTOCOL, pszProtocol);
-    list.SetItemText(nRow, COLUMN_LOCAL_IP, FormatIpAddress(operation.m_dwLocalIp));
-    list.SetItemText(nRow, COLUMN_LOCAL_PORT, std::to_string(operation.m_wLocalPort));
-    const bool bToClient = IsTargetTheClient(operation);
-    list.SetItemText(nRow, COLUMN_REMOTE_HOST, bToClient ? m_main.Text(kSlotClientAddress) : operation.m_strRemoteHost);
-    list.SetItemText(nRow, COLUMN_REMOTE_PORT, std::to_string(operation.m_wRemotePort));
+    list.SetItemText(nRow, COLUMN_LOCAL_IP, FormatIpAddress(settings.m_dwLocalIp));
+    list.SetItemText(nRow, COLUMN_LOCAL_PORT, std::to_string(settings.m_wLocalPort));
+    const bool bToClient = settings.IsTargetTheClient();
+    list.SetItemText(nRow, COLUMN_REMOTE_HOST, bToClient ? m_main.Text(kSlotClientAddress) : settings.m_strRemoteHost);
+    list.SetItemText(nRow, COLUMN_REMOTE_PORT, std::to_string(settings.m_wRemotePort));
 }
 
 void COperationList::RefillRow(const CPortForwardOp& operation) const {

@@ -16,11 +16,11 @@ enum class WorkStep : WPARAM {
 /// Owned by the worker; the window's thread may use it during a step.
 struct OperationWork {
     HWND hMainWnd = nullptr;
-    EngineCounters* pCounters = nullptr;      // outlives the worker
-    CPortForwardOp* pOperation = nullptr;     // held for this worker alone
-    std::unique_ptr<CPortForwardOp> pEdited;  // EditWorker: carries the new settings, never started
-    bool bWasRunning = false;                 // EditWorker
-    uint32_t nStatusSlot = 0;                 // EditWorker: what the row says when all is done
+    EngineCounters* pCounters = nullptr;   // outlives the worker
+    CPortForwardOp* pOperation = nullptr;  // held for this worker alone
+    OpSettings edited;                     // EditWorker: the new settings
+    bool bWasRunning = false;              // EditWorker
+    uint32_t nStatusSlot = 0;              // EditWorker: what the row says when all is done
 };
 
 namespace {
@@ -58,23 +58,6 @@ void DeleteWorker(std::unique_ptr<OperationWork> pWork) {
     End(std::move(pWork));
 }
 
-// Everything that a dialog can change. Both are stopped; nothing here can fail half-way.
-void MoveSettings(CPortForwardOp* pFrom, CPortForwardOp* pTo) {
-    pTo->m_nProtocol = pFrom->m_nProtocol;
-    pTo->m_strLocalInterface.swap(pFrom->m_strLocalInterface);
-    pTo->m_dwLocalIp = pFrom->m_dwLocalIp;
-    pTo->m_wLocalPort = pFrom->m_wLocalPort;
-    pTo->m_strRemoteHost.swap(pFrom->m_strRemoteHost);
-    pTo->m_wRemotePort = pFrom->m_wRemotePort;
-    pTo->m_bBounce = pFrom->m_bBounce;
-    pTo->m_nMaxSessions = pFrom->m_nMaxSessions;
-    pTo->m_nUdpTimeoutMs = pFrom->m_nUdpTimeoutMs;
-    pTo->m_bForwardIcmp = pFrom->m_bForwardIcmp;
-    pTo->m_bFiltersEnabled = pFrom->m_bFiltersEnabled;
-    pTo->m_allowRanges.swap(pFrom->m_allowRanges);
-    pTo->m_blockRanges.swap(pFrom->m_blockRanges);
-}
-
 uint32_t StatusAfterStop(const CPortForwardOp& operation) {
     return operation.m_bRunning ? kSlotErrorStopping : kSlotStopped;
 }
@@ -89,9 +72,9 @@ void COperationWorkers::Stop(CPortForwardOp* pOperation) {
     Begin(StopWorker, WorkOn(pOperation));
 }
 
-void COperationWorkers::Edit(CPortForwardOp* pOperation, std::unique_ptr<CPortForwardOp> pEdited) {
+void COperationWorkers::Edit(CPortForwardOp* pOperation, OpSettings edited) {
     auto pWork = WorkOn(pOperation);
-    pWork->pEdited = std::move(pEdited);
+    pWork->edited = std::move(edited);
     Begin(EditWorker, std::move(pWork));
 }
 
@@ -152,7 +135,7 @@ bool COperationWorkers::CarryOverEdit(OperationWork* pWork) {
     pWork->nStatusSlot = StatusAfterStop(*pOperation);
     m_pList->SetStatus(pOperation, pWork->nStatusSlot);
     if (pOperation->m_bRunning) return false;
-    MoveSettings(pWork->pEdited.get(), pOperation);
+    pOperation->m_settings = std::move(pWork->edited);
     if (pWork->bWasRunning) pWork->nStatusSlot = kSlotErrorStarting;
     return pWork->bWasRunning;
 }

@@ -18,6 +18,7 @@
 class COperationList;
 class CPortForwardOp;
 class CStatusLines;
+struct OpSettings;
 struct OperationWork;
 
 /// From a worker: wParam tells the step, lParam leads to the worker's block.
@@ -52,8 +53,8 @@ class COperationWorkers {
     // for it.
 
     void Stop(CPortForwardOp* pOperation);
-    /// Stops the operation, gives it the settings of pEdited, and starts it again if it ran.
-    void Edit(CPortForwardOp* pOperation, std::unique_ptr<CPortForwardOp> pEdited);
+    /// Stops the operation, gives it these settings, and starts it again if it ran.
+    void Edit(CPortForwardOp* pOperation, OpSettings edited);
     /// Stops the operation and destroys it with its row.
     void Delete(CPortForwardOp* pOperation);
 
