@@ -6,9 +6,6 @@
 
 class CPortForwardOp;
 
-/// Whether each client is connected back to its own address: bounce, or a blank remote host.
-bool IsTargetTheClient(const CPortForwardOp& op);
-
 /// Opens *phSocket and connects it to the operation's remote port, for this client. A name is looked up anew each time.
 /// Blocks. Accepted, or the event that tells which step failed.
 [[nodiscard]] SessionEventSlot ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind,

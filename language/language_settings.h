@@ -1,7 +1,4 @@
-// The choice of a language and the texts that it puts in force.
-//
-// The application record is one of these, so that it lives as long as the run. The thread of the windows (on Linux: the
-// thread that runs main) reads and writes all of it; other threads touch only the field that says so.
+// The language part of the program's record: which language is chosen, and the texts in force.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +9,10 @@
 /// `languageCode` of the language text file that the user chose.
 inline constexpr uint32_t LANGUAGE_FILE = 1000;
 
+/// The thread of the windows (on Linux: the thread that runs main) writes; texts are read by any thread.
 struct LanguageSettings {
     uint32_t languageCode = 0;
-    SlotTable slotTable;     // any thread reads
-    SlotTable generalTable;  // fixed after start-up
-    std::string languageFilePath;
+    SlotTable slotTable;           // not saved
+    SlotTable generalTable;        // not saved; fixed after start-up
+    std::string languageFilePath;  // of LANGUAGE_FILE
 };

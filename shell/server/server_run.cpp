@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <memory>
 
-#include "engine/session_target.h"
 #include "language/language_store.h"
 #include "platform/files/files.h"
 #include "platform/system/server_process.h"
@@ -26,11 +25,6 @@ constexpr uint32_t kLogWriterWaitMs = 500;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
 
-std::string ProtocolText(int32_t nProtocol) {
-    if (nProtocol == kProtocolTcp) return "TCP";
-    return nProtocol == kProtocolUdp ? "UDP" : "protocol " + std::to_string(nProtocol);
-}
-
 // A host text can hold any bytes: none of them may begin a line of its own or reach the terminal as a command.
 std::string Printable(std::string strText) {
     const auto isControl = [](char ch) { return static_cast<unsigned char>(ch) < ' ' || ch == 0x7F; };
@@ -39,11 +33,12 @@ std::string Printable(std::string strText) {
 }
 
 std::string Describe(CPortForwardOp* pOp) {
-    const bool bClient = IsTargetTheClient(*pOp);
-    return ProtocolText(pOp->m_nProtocol) + " " + FormatIpAddress(pOp->m_dwLocalIp) + ":" +
-           std::to_string(pOp->ListenPort()) + " -> " +
-           (bClient ? "the client's own address" : Printable(pOp->m_strRemoteHost)) + ":" +
-           std::to_string(pOp->m_wRemotePort);
+    const OpSettings& settings = pOp->m_settings;
+    const char* const pszProtocol = ProtocolText(settings.m_nProtocol);
+    return (pszProtocol ? pszProtocol : "protocol " + std::to_string(settings.m_nProtocol)) + " " +
+           FormatIpAddress(settings.m_dwLocalIp) + ":" + std::to_string(pOp->ListenPort()) + " -> " +
+           (settings.IsTargetTheClient() ? "the client's own address" : Printable(settings.m_strRemoteHost)) + ":" +
+           std::to_string(settings.m_wRemotePort);
 }
 
 void PrintError(const std::string& strText) {
@@ -94,7 +89,7 @@ bool CServerRun::StartOperation(CPortForwardOp* pOp) {
     }
     const std::string strReason =
         pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
-    const bool bNoRawSocket = pOp->m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
+    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
     const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
     PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
     return false;
@@ -165,13 +160,7 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     m_settings.logIntervalSeconds = kCommandLineLogSeconds;
     m_settings.operations.push_back(std::make_unique<CPortForwardOp>());
     CPortForwardOp* const pOp = m_settings.operations.back().get();
-    pOp->m_nProtocol = options.nProtocol;
-    pOp->m_dwLocalIp = options.local.dwIp;
-    pOp->m_wLocalPort = options.local.wPort;
-    pOp->m_strRemoteHost = options.strRemoteHost;
-    pOp->m_wRemotePort = options.wRemotePort;
-    pOp->m_nMaxSessions = options.nMaxSessions;
-    pOp->m_nUdpTimeoutMs = options.nUdpTimeoutMs;
+    pOp->m_settings = options.operation;
     LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
     if (!StartOperation(pOp)) return kExitNothingStarted;
     StartLogWriter();
