@@ -30,7 +30,7 @@ ZONES = {
     "chinese": ("[Zone_Chinese]", "cp950"),
     "russian": ("[Zone_Russian]", "cp1251"),
 }
-GENERAL_SLOTS = 20
+GENERAL_SLOTS = 2 * (len(ZONES) - 1)  # a name and a prompt for each language
 LANGUAGE_SLOTS = 231
 
 # Windows turns these into "[", "\" and "]" when the code page lacks them, and the parser would take them for its own.
