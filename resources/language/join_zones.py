@@ -16,7 +16,8 @@ import sys
 
 import zone_rules
 
-# In the order of the table: the label of each zone, and the code page of the systems that show its language. The general texts are in many scripts.
+# In the order of the table: the label of each zone, and the code page of the systems that show its language. The general
+# texts are in many scripts.
 ZONES = {
     "general": ("[Zone_General]", None),
     "english": ("[Zone_English]", "cp1252"),
