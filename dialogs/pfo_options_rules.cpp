@@ -7,7 +7,7 @@
 
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "shell/app_settings.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "log/log_writer.h"
-#include "platform/mfc/dialog_font.h"
-#include "platform/mfc/wait_cursor.h"
+#include "platform/mfc/dialog.h"
 #include "platform/mfc/win_app.h"
+#include "platform/mfc/wnd.h"
 #include "platform/threads/threads.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"

@@ -1,7 +1,7 @@
 // The main window's commands on operations.
 #include "dialogs/pfo_options_dlg.h"
 #include "language/language_choice.h"
-#include "platform/mfc/wait_cursor.h"
+#include "platform/mfc/wnd.h"
 #include "resources/private_messages.h"
 #include "shell/app_settings.h"
 #include "shell/link_operation.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 
 enum class ServerAction { Usage, Help, Version, RunFile, RunOperation };
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 

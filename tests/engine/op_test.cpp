@@ -2,7 +2,7 @@
 
 #include "engine/host_text.h"
 #include "platform/system/message_box.h"
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
 
 namespace {
