@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "platform/system/clock.h"
 
 /// Lines are cut at this many bytes, more than any text of a settings file has. Values are put into values, so that a

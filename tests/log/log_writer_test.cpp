@@ -8,7 +8,7 @@
 #include <sstream>
 #include <thread>
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/wait.h"
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/files/files.h"
+#include "platform/system/process.h"
 #include "tests/store/settings_fixture.h"
 
 namespace {

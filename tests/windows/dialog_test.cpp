@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/mfc/dialog_font.h"
+#include "platform/mfc/dialog.h"
 #include "resources/resource.h"
 #include "tests/windows/script_dialog.h"
 

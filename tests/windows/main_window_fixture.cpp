@@ -4,6 +4,7 @@
 
 #include "language/language_store.h"
 #include "platform/files/files.h"
+#include "platform/system/process.h"
 #include "resources/resource.h"
 #include "store/settings_file.h"
 

@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/main_window/main_dlg_slots.h"

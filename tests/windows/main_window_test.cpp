@@ -1,7 +1,7 @@
 // The commands of the main window on real operations.
 #include <gmock/gmock.h>
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/main_window/main_dlg_slots.h"

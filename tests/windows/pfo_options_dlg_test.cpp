@@ -6,7 +6,6 @@
 #include <string>
 
 #include "language/language_store.h"
-#include "platform/net/interfaces.h"
 #include "platform/net/socket.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
