@@ -3,11 +3,15 @@
 
 #include <array>
 
+#include "language/language_store.h"
+#include "platform/mfc/win_app.h"
 #include "platform/threads/threads_testing.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
+#include "shell/app/app_main.h"
 #include "shell/main_window/main_dlg_slots.h"
 #include "shell/main_window/window_place.h"
+#include "store/settings_file.h"
 #include "tests/windows/main_window_fixture.h"
 
 using testing::ElementsAre;
@@ -132,6 +136,27 @@ TEST_F(MainWindowStartTest, ComesUpWithoutAThreadForTheLogWriter) {
     FailThreadStartsAfter(-1);
 }
 
+TEST_F(MainWindowStartTest, TheSavedLanguageIsInForceFromTheStart) {
+    class CApp : public CWinApp {
+      public:
+        CApp() : CWinApp(kProgramName) {}
+        bool InitInstance() override { return false; }
+    };
+    const CApp app;
+    const std::string strEnglish = Text(kSlotListLabel);
+    m_settings.languageCode = 1;
+    ASSERT_EQ(SaveSettingsFile(m_settings, nullptr), 0);
+    ApplyLanguage(&m_settings);
+    ASSERT_NE(Text(kSlotListLabel), strEnglish);
+    g_bServiceStop = 1;
+    m_script.In(kProgramName, [&](const CWnd& window) {
+        EXPECT_EQ(window.GetDlgItemText(IDC_MAIN_LIST_LABEL), Text(kSlotListLabel));
+        window.SendMessage(WM_CLOSE);
+    });
+    AppMain(1);
+    EXPECT_EQ(ReadFile()->languageCode, 1u);
+}
+
 TEST_F(MainWindowStartTest, CloseWhileMaximisedSavesTheNormalRectangle) {
     m_settings.windowRect = {40, 30, 740, 480};
     m_settings.windowFlags = 1;
@@ -169,11 +194,16 @@ TEST_F(MainWindowStartTest, FirstMinimiseAsksAndTheAnswerYesHidesAtOnce) {
     });
 }
 
-TEST_F(MainWindowStartTest, StartsMinimisedWhenItIsToldTo) {
+TEST_F(MainWindowStartTest, StartsMinimisedOnceWhenItIsToldTo) {
     m_bStartMinimized = true;
+    CPortForwardOp* const pOperation = Add(kProtocolTcp, 0, "127.0.0.1");
     Run([&](const CWnd& window) {
         Await([&] { return window.IsIconic(); }, "the minimised window");
         window.SendMessage(WM_SYSCOMMAND, SC_RESTORE);
+        Select(window, 0);
+        Await([&] { return window.GetDlgItemText(IDC_MAIN_CLIENT_RATE) == "0 bps"; }, "the first rate");
+        pOperation->m_dBytesFromClient = 1e9;
+        Await([&] { return window.GetDlgItemText(IDC_MAIN_CLIENT_RATE) != "0 bps"; }, "half a second of timers");
         EXPECT_FALSE(window.IsIconic());
         EXPECT_EQ(m_settings.showTrayIcon, 0);
     });

@@ -136,9 +136,35 @@ TEST_F(MainWindowCommandTest, DeleteTakesTheRowTheOperationAndTheStatus) {
     });
 }
 
+TEST_F(MainWindowCommandTest, StatusLinesLetGoOfADeletedOperation) {
+    Add(kProtocolTcp, 0, "127.0.0.1");
+    // The test keeps it, so that it can still change.
+    const auto pOperation = std::move(m_settings.operations.front());
+    m_settings.operations.clear();
+    const auto lines = [](const CWnd& window) {
+        return window.GetDlgItemText(IDC_MAIN_PFO_TOTAL) + ", " + window.GetDlgItemText(IDC_MAIN_CLIENT_RATE);
+    };
+    Run([&](const CWnd& window) {
+        m_script.Answer(Text(kSlotSure), Text(kSlotSureToDelete), IDYES);
+        Select(window, 0);
+        Await([&] { return lines(window) == "0, 0 bps"; }, "the first rate");
+        pOperation->m_nTotalSessions = 7;
+        pOperation->m_dBytesFromClient = 1e9;
+        Await([&] { return !lines(window).starts_with("0, ") && !lines(window).ends_with(" 0 bps"); }, "the figures");
+        Command(window, ID_PFO_DELETE);
+        Await([&] { return List(window).GetItemCount() == 0; }, "the row to go");
+        pOperation->m_nTotalSessions = 8;
+        pOperation->m_dBytesFromClient = 2e9;
+        Await([&] { return lines(window).ends_with(" 0 bps"); }, "the rates to start over");
+        EXPECT_EQ(lines(window), "7, 0 bps");
+    });
+}
+
 TEST_F(MainWindowCommandTest, EditOfARunningRowStopsAppliesAndStartsAgain) {
     CPortForwardOp* const pOperation = Add(kProtocolTcp, 0, "127.0.0.1");
     CPortForwardOp* const pOther = Add(kProtocolTcp, 0, "alpha.test");
+    pOperation->m_settings.m_allowRanges = {{1, 2}};
+    pOperation->m_settings.m_blockRanges = {{3, 4}, {5, 6}};
     Run([&](const CWnd& window) {
         m_script.In(kOptionsTitle, [](const CWnd& dialog) {
             dialog.SetDlgItemText(IDC_PFO_REMOTE_PORT, "7777");
@@ -154,6 +180,8 @@ TEST_F(MainWindowCommandTest, EditOfARunningRowStopsAppliesAndStartsAgain) {
         for (int i = 0; i < 6; ++i) ClickColumn(window, i);
         AwaitStatus(window, pOperation, "Started");
         EXPECT_EQ(pOperation->m_settings.m_wRemotePort, 7777);
+        EXPECT_THAT(pOperation->m_settings.m_allowRanges, ElementsAre(IpRange{1, 2}));
+        EXPECT_THAT(pOperation->m_settings.m_blockRanges, ElementsAre(IpRange{3, 4}, IpRange{5, 6}));
         const int nRow = List(window).FindItemByData(reinterpret_cast<LPARAM>(pOperation));
         EXPECT_EQ(Row(window, nRow).back(), "7777");
         EXPECT_TRUE(CanConnect(pOperation->m_settings.m_wLocalPort));
