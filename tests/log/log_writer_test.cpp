@@ -45,7 +45,7 @@ class LogWriter : public testing::Test {
         EXPECT_TRUE(WaitFor([this] { return m_writer.Queue().IsEmpty(); }));
         End();
     }
-    // Time in which the thread looks at its flags; on a machine that is too busy for it, less is seen and nothing fails.
+    // Time in which the thread looks at its flags; on a machine too busy for it, less is seen and nothing fails.
     static void LetItPoll() { Sleep(250); }
     std::string File() const { return (std::ostringstream() << std::ifstream(m_path, std::ios::binary).rdbuf()).str(); }
 
