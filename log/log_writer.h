@@ -1,8 +1,8 @@
 // The queue of log lines and the thread that writes them to the log file in batches.
 //
-// Each program has one, from before the first operation starts until the process ends. The thread of the windows, or the
-// one that runs main, starts and ends it; any thread may ask for a batch and append to the queue. The log has no way to
-// complain: a batch that cannot be written is gone, and the next one tries again.
+// Each program has one, from before the first operation starts until the process ends. The thread of the windows, or
+// the one that runs main, starts and ends it; any thread may ask for a batch and append to the queue. The log has no way
+// to complain: a batch that cannot be written is gone, and the next one tries again.
 #pragma once
 
 #include <atomic>
@@ -27,7 +27,7 @@ class CLogWriter {
     /// end. False when the system gives no thread: events are then queued and never written. Not while it runs.
     [[nodiscard]] bool Start(std::atomic<int32_t>* pnThreads);
 
-    /// What the flush timer does on each tick: asks for a batch if the queue holds anything. The thread sees that within
+    /// What the flush timer does on each tick: asks for a batch if the queue holds anything. The thread sees it within
     /// 100 ms; while autoLogEnabled is clear it stands and nothing is written.
     void RequestFlush();
 

@@ -4,8 +4,8 @@
 Usage: join_zones.py OUTPUT ZONE_FILE...
 A zone file is UTF-8: the zone's label on the first line, then one entry a slot, "[number]", a tab and the text. A text
 may run over several lines, none of which begins with "[". Every zone must hold its slots once each and in order, and
-its texts must keep to the wording rules (zone_rules.py). The first fault ends the run with a message that names file, line
-and slot, and no table is written.
+its texts must keep to the wording rules (zone_rules.py). The first fault ends the run with a message that names file,
+line and slot, and no table is written.
 """
 
 import dataclasses

@@ -132,7 +132,7 @@ TEST_F(LogWriter, EntriesOfManyThreadsArriveWholeAndInTheirOrder) {
 }
 
 TEST_F(LogWriter, AFloodOfEntriesIsFreedWithoutDeepRecursion) {
-    for (int n = 0; n < 500'000; ++n) Queue("");
+    for (int n = 0; n < 1'000'000; ++n) Queue("");
     EXPECT_FALSE(m_writer.Queue().IsEmpty());
 }
 
