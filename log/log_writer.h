@@ -1,8 +1,8 @@
 // The queue of log lines and the thread that writes them to the log file in batches.
 //
 // Each program has one, from before the first operation starts until the process ends. The thread of the windows, or
-// the one that runs main, starts and ends it; any thread may ask for a batch and append to the queue. The log has no way
-// to complain: a batch that cannot be written is gone, and the next one tries again.
+// the one that runs main, starts and ends it; any thread may ask for a batch and append to the queue. The log has no
+// way to complain: a batch that cannot be written is gone, and the next one tries again.
 #pragma once
 
 #include <atomic>
