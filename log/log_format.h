@@ -1,5 +1,5 @@
-// Expansion of the two templates that make a log line. Plain substitution in a fixed order; codes are case sensitive; no
-// state is kept between calls, so that many threads can call at once.
+// Expansion of the two templates that make a log line. Plain substitution in a fixed order; codes are case sensitive;
+// no state is kept between calls, so that many threads can call at once.
 #pragma once
 
 #include <cstddef>
