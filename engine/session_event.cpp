@@ -18,10 +18,9 @@ bool IsWanted(const CPortForwardOp& op, SessionEventSlot slot) {
     return slot != SessionEventSlot::BadIp || *op.m_pSuppressBlocked == 0;
 }
 
-std::string FormatEvent(const CPortForwardOp& op, SessionEventSlot slot, const Endpoint& client,
-                        const char* pszProtocol) {
+std::string FormatEvent(const CPortForwardOp& op, SessionEventSlot slot, const Endpoint& client) {
     const auto pTexts = op.m_pStrings->Snapshot();
-    SessionEvent event;
+    LogEvent event;
     event.strEvent = pTexts->Text(static_cast<uint32_t>(slot));
     event.dwLocalIp = op.m_settings.m_dwLocalIp;
     event.wLocalPort = op.m_settings.m_wLocalPort;
@@ -29,17 +28,16 @@ std::string FormatEvent(const CPortForwardOp& op, SessionEventSlot slot, const E
         op.m_settings.m_bBounce != 0 ? pTexts->Text(kSlotClientAsHost) : op.m_settings.m_strRemoteHost;
     event.wRemotePort = op.m_settings.m_wRemotePort;
     event.client = client;
-    event.strProtocol = pszProtocol;
+    event.strProtocol = ProtocolText(op.m_settings.m_nProtocol);
     return FormatLogEntry(*op.m_pLogFormat->Snapshot(), *op.m_pDateFormat->Snapshot(), event);
 }
 
 }  // namespace
 
-void RaiseSessionEvent(const CPortForwardOp& op, SessionEventSlot slot, const Endpoint& client,
-                       const char* pszProtocol) try {
+void RaiseSessionEvent(const CPortForwardOp& op, SessionEventSlot slot, const Endpoint& client) try {
     if (!IsWanted(op, slot)) return;
     auto pEntry = std::make_unique<LogEntry>();
-    pEntry->strText = FormatEvent(op, slot, client, pszProtocol);
+    pEntry->strText = FormatEvent(op, slot, client);
     op.m_pLogQueue->Append(std::move(pEntry));
 } catch (const std::bad_alloc&) {
     // The event is lost; the connection goes on being handled as if it had been logged.

@@ -4,8 +4,8 @@
 
 namespace {
 
-SessionEvent TakeEvent(CFuzzInput& input) {
-    SessionEvent event;
+LogEvent TakeEvent(CFuzzInput& input) {
+    LogEvent event;
     event.dwLocalIp = input.Dword();
     event.wLocalPort = input.Word();
     event.wRemotePort = input.Word();
@@ -19,7 +19,7 @@ SessionEvent TakeEvent(CFuzzInput& input) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
     CFuzzInput input(pData, nSize);
     const LocalTime time = TakeTime(input);
-    SessionEvent event = TakeEvent(input);
+    LogEvent event = TakeEvent(input);
     const std::string strFormat = input.Text();
     const std::string strDateFormat = input.Text();
     event.strEvent = input.Text();

@@ -84,7 +84,7 @@ std::optional<std::string> ModelLogDate(const std::string& strFormat, const Loca
 }
 
 std::optional<std::string> ModelLogEntry(const std::string& strFormat, const std::string& strDateFormat,
-                                         const SessionEvent& event, const LocalTime& time) {
+                                         const LogEvent& event, const LocalTime& time) {
     const auto strDate = ModelLogDate(strDateFormat, time);
     const auto strLine = Replaced(strFormat, {"%%", "\r\n"});
     if (!strDate || !strLine) return {};

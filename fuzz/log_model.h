@@ -14,4 +14,4 @@ LocalTime TakeTime(CFuzzInput& input);
 /// Empty when a step goes beyond kMaxLogLine, where lines are cut.
 std::optional<std::string> ModelLogDate(const std::string& strFormat, const LocalTime& time);
 std::optional<std::string> ModelLogEntry(const std::string& strFormat, const std::string& strDateFormat,
-                                         const SessionEvent& event, const LocalTime& time);
+                                         const LogEvent& event, const LocalTime& time);

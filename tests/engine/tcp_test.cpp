@@ -155,7 +155,7 @@ TEST_F(TcpPath, AnAllocationThatFailsGivesOneEventAndNothingIsLeft) {
     ExpectForwards(op);
     ExpectIdle(op, 1);
     FailNextAllocationOf(sizeof(LogEntry));
-    RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1), "TCP");
+    RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1));
     EXPECT_THAT(Events(), UnorderedElementsAre(kAllocationFault, kAllocationFault, kAccepted, kEnded))
         << "without memory";
 }
