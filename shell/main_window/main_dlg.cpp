@@ -1,10 +1,8 @@
 #include "shell/main_window/main_dlg.h"
 
 #include "language/language_choice.h"
-#include "log/log_writer.h"
 #include "platform/mfc/dialog_font.h"
 #include "platform/system/process.h"
-#include "platform/threads/threads.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/auto_start.h"
@@ -21,7 +19,6 @@ constexpr uint32_t kMinimizePeriodMs = 10;
 // The run loop and the thread of the window; the log writer comes on top.
 constexpr int32_t kThreadsAtStart = 2;
 
-constexpr uint32_t kPollMs = 10;
 // The log writer ends within a tenth of a second, unless the disk holds it up or its thread is gone.
 constexpr uint32_t kLogWriterEndMs = 5000;
 
@@ -57,7 +54,8 @@ CMainDlg::CMainDlg(AppSettings* pSettings, std::atomic<HWND>* phMainWnd, const s
       m_phMainWnd(phMainWnd),
       m_pServiceStop(pServiceStop),
       m_bStartMinimized(bStartMinimized),
-      m_hIcon(::LoadIconA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))) {}
+      m_hIcon(::LoadIconA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))),
+      m_logWriter(*pSettings) {}
 
 INT_PTR CMainDlg::DoModal() {
     return OpenDialogFont(this, m_pSettings->languageCode);
@@ -83,7 +81,8 @@ void CMainDlg::OnInitWindow() {
         return m_main.MessageBox(kSlotStartPrevious, kSlotStartPreviousTitle, MB_YESNO | MB_ICONQUESTION) == IDYES;
     }));
     if (m_pSettings->autoLogEnabled) SetTimer(kTimerLog, LogFlushPeriodMs(*m_pSettings));
-    StartLogWriter();
+    // Without the writer the program goes on: nothing but the log is lost.
+    static_cast<void>(m_logWriter.Start(&m_counters.nThreads));
     if (m_bStartMinimized || m_pSettings->startMinimizedSetting) SetTimer(kTimerMinimize, kMinimizePeriodMs);
 }
 
@@ -101,24 +100,6 @@ void CMainDlg::RelabelWindow() {
     m_menu.BuildMenuBar();
     for (const auto& [nId, nSlot] : kCaptions) SetDlgItemText(nId, m_main.Text(nSlot));
     m_list.RelabelColumns();
-}
-
-void CMainDlg::StartLogWriter() {
-    m_pSettings->logFlushRequested = 0;
-    m_pSettings->logQueue = &m_logQueue;
-    m_counters.nThreads.fetch_add(1);
-    m_bLogWriter = AfxBeginThread(LogWriterThread, m_pSettings);
-    // Without the writer the program goes on: nothing but the log is lost.
-    if (!m_bLogWriter) m_counters.nThreads.fetch_sub(1);
-}
-
-// Without a last flush: what the timer has not yet passed on is not written.
-void CMainDlg::EndLogWriter() {
-    if (!m_bLogWriter) return;
-    m_bLogWriter = false;
-    m_pSettings->logWriterStop = 1;
-    for (uint32_t nWaited = 0; m_pSettings->logWriterStop && nWaited < kLogWriterEndMs; nWaited += kPollMs)
-        Sleep(kPollMs);
 }
 
 bool CMainDlg::PreTranslateMessage(MSG* pMessage) {
@@ -139,7 +120,7 @@ void CMainDlg::OnTimer(UINT_PTR nTimer) {
             m_tray.RepeatIcon();
             break;
         case kTimerLog:
-            RequestLogFlush(m_pSettings);
+            m_logWriter.RequestFlush();
             break;
         case kTimerMinimize:
             KillTimer(kTimerMinimize);
@@ -264,7 +245,7 @@ void CMainDlg::OnContextMenuAtItem() {
 }
 
 void CMainDlg::OnLanguage() {
-    ChooseLanguage(m_pSettings);
+    ChooseLanguage(m_pSettings, m_pSettings->shellBrowser);
     SaveSettings();
     RelabelWindow();
 }
@@ -299,7 +280,7 @@ void CMainDlg::OnClose() {
     }
     m_layout.StoreWindowPlace();
     SaveSettings();
-    EndLogWriter();
+    m_logWriter.End(kLogWriterEndMs);
     m_tray.RemoveTrayIcon(true);
     if (!*m_pServiceStop) EndProcess(0);
     CDialog::OnClose();

@@ -9,7 +9,7 @@
 //   CWindowLayout       where window and list stand
 //
 // Everything here and in the parts belongs to the thread that is in DoModal; AppSettings::operations owns the operations.
-// Engine threads know of the window nothing but m_counters and m_logQueue, which therefore must live until the last of
+// Engine threads know of the window nothing but m_counters and m_logWriter, which therefore must live until the last of
 // them is gone. The close ends the process without returning, save in a service.
 #pragma once
 
@@ -17,7 +17,7 @@
 #include <cstdint>
 
 #include "engine/engine_counters.h"
-#include "log/log_queue.h"
+#include "log/log_writer.h"
 #include "platform/mfc/dialog.h"
 #include "shell/main_window/main_menu.h"
 #include "shell/main_window/main_window.h"
@@ -59,8 +59,6 @@ class CMainDlg : public CDialog {
     void OnInitWindow();
     void StartTimers();
     void RelabelWindow();
-    void StartLogWriter();
-    void EndLogWriter();
 
     void OnContextMenu();
     void OnContextMenuAtItem();
@@ -78,10 +76,10 @@ class CMainDlg : public CDialog {
 
     // Shared with the threads of the engine, the log writer and the workers
     EngineCounters m_counters;
-    LogQueue m_logQueue;
+    CLogWriter m_logWriter;
 
     // The parts, in the order in which they know of each other
-    const MainWindow m_main = {this, m_pSettings, &m_counters, &m_logQueue};
+    const MainWindow m_main = {this, m_pSettings, &m_counters, &m_logWriter.Queue()};
     CStatusLines m_status{m_main};
     COperationList m_list{m_main, &m_status};
     COperationWorkers m_workers{m_main, &m_list, &m_status};
@@ -91,5 +89,4 @@ class CMainDlg : public CDialog {
     CWindowLayout m_layout{m_main};
 
     bool m_bExitChosen = false;
-    bool m_bLogWriter = false;  // the log writer has been started
 };
