@@ -131,6 +131,8 @@ class MainWindowTest : public testing::Test {
         return {letter(ID_PFO_EDIT, 'E'), letter(ID_PFO_DELETE, 'D'), letter(ID_PFO_START, 'S'),
                 letter(ID_PFO_STOP, 'T')};
     }
+    /// The statuses of all rows, and the buttons.
+    std::string State() const { return Column(0) + Buttons(); }
     /// Expects this menu once one is open, and closes it.
     void ExpectMenu(const std::string& strMenu) {
         m_script.In(kMenu, [strMenu](const CWnd& menu) {

@@ -38,19 +38,24 @@ TEST_F(MainWindowStartTest, ShowsTheOperationsUpsideDownAndSavesThemInTheirOrder
     });
 }
 
-TEST_F(MainWindowStartTest, WildSavedValuesComeUpUsable) {
+TEST_F(MainWindowStartTest, ComesUpUsableFromWildValuesAndWithoutAThreadForTheLogWriter) {
     Add(1, "strange", -5);
     m_settings.windowRect = {INT32_MIN, 90000, INT32_MAX, 90001};
     m_settings.columnOrder = {7, -1, 5, 5, 5, INT32_MAX};
     m_settings.columnWidths = {0, -1, INT32_MIN, INT32_MAX, 150, 93};
     m_settings.logIntervalSeconds = 0;
-    m_settings.autoLogEnabled = 1;
-    Run([&] {
-        const RECT rect = Window().GetWindowRect();
-        EXPECT_TRUE(::MonitorFromRect(&rect, MONITOR_DEFAULTTONULL));
+    m_settings.autoLogEnabled = m_settings.startMinimizedSetting = 1;
+    FailThreadStartsAfter(0);
+    Open([&] {
+        AwaitText(IDC_MAIN_PROGRAM_THREADS, "2");
+        Await([&] { return Window().IsIconic(); }, "the start minimised");
         Command(ID_PFO_START, 0);
         EXPECT_EQ(Row(0), "Error starting||127.0.0.1|1|strange|9");
     });
+    FailThreadStartsAfter(-1);
+    const WindowRect& saved = File().windowRect;
+    const RECT rect = {saved.left, saved.top, saved.right, saved.bottom};
+    EXPECT_TRUE(::MonitorFromRect(&rect, MONITOR_DEFAULTTONULL));
     EXPECT_THAT(File().columnOrder, testing::UnorderedElementsAre(0, 1, 2, 3, 4, 5));
     EXPECT_THAT(File().columnWidths, testing::Each(testing::Gt(20)));
 }
@@ -84,16 +89,6 @@ TEST_F(MainWindowStartTest, CloseDuringTheQuestionKeepsTheOperationsInTheFile) {
         Press(box, IDNO);
     });
     EXPECT_EQ(CMainDlg(&m_settings, &m_hMainWnd, &m_bServiceStop, false).DoModal(), IDCANCEL);
-}
-
-TEST_F(MainWindowStartTest, ComesUpWithoutAThreadForTheLogWriter) {
-    m_settings.startMinimizedSetting = 1;
-    FailThreadStartsAfter(0);
-    Open([&] {
-        AwaitText(IDC_MAIN_PROGRAM_THREADS, "2");
-        Await([&] { return Window().IsIconic(); }, "the start minimised");
-    });
-    FailThreadStartsAfter(-1);
 }
 
 TEST_F(MainWindowStartTest, ListFollowsTheWindowWhichHasASmallestSize) {

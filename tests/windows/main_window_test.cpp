@@ -32,29 +32,25 @@ TEST_F(MainWindowCommandTest, StartAndStopOfTheSelectedRow) {
     CPortForwardOp* const pOperation = Add();
     CPortForwardOp* const pOther = Add(0, "10.0.0.1", kProtocolUdp);
     Run([&] {
-        Select(1);
-        EXPECT_EQ(Buttons(), "EDS-");
-        Command(ID_PFO_START);
-        EXPECT_EQ(Buttons(), "ED-T");
+        Command(ID_PFO_START, 1);
+        EXPECT_EQ(State(), "Stopped Started ED-T");
         EXPECT_TRUE(CanConnect(pOperation));
         EXPECT_EQ(File().runningOpCount, 1);
         AwaitText(IDC_MAIN_PFO_THREADS, "1");
         Command(ID_PFO_START);
-        EXPECT_EQ(Column(0), "Stopped Started ") << "a second start changes nothing";
+        EXPECT_EQ(State(), "Stopped Started ED-T") << "a second start changes nothing";
 
         Command(ID_PFO_STOP, 0);
-        EXPECT_EQ(Buttons(), "EDS-");
-        EXPECT_EQ(Column(0), "Stopped Started ") << "nor does the stop of a stopped row";
+        EXPECT_EQ(State(), "Stopped Started EDS-") << "nor does the stop of a stopped row";
         AwaitText(IDC_MAIN_PFO_THREADS, "0");
 
         pOther->m_settings.m_nProtocol = kProtocolTcp;
         pOther->m_settings.m_wLocalPort = pOperation->ListenPort();
         Command(ID_PFO_START_ALL);
-        EXPECT_EQ(Column(0), "Error starting Started ");
-        EXPECT_EQ(List().GetSelectionMark(), 0) << "from below";
+        EXPECT_EQ(State(), "Error starting Started EDS-") << "from below";
 
         Command(ID_PFO_STOP, 1);
-        EXPECT_EQ(Status(pOperation), "Stopping");
+        EXPECT_EQ(Column(0), "Error starting Stopping ");
         AwaitStatus(pOperation, "Stopped");
         EXPECT_EQ(Buttons(), "EDS-");
         EXPECT_FALSE(CanConnect(pOperation));
@@ -103,20 +99,20 @@ TEST_F(MainWindowCommandTest, ContextMenuGreysWhatDoesNotFit) {
 }
 
 TEST_F(MainWindowCommandTest, DeleteTakesTheRowAndTheOperation) {
-    CPortForwardOp* const pOperation = Add();
+    Add();
     Run([&] {
         AnswerBox(kSlotSureToDelete, kSlotSure, IDNO);
         AnswerBox(kSlotSureToDelete, kSlotSure, IDYES);
         Command(ID_PFO_START, 0);
         Command(ID_PFO_DELETE);
-        EXPECT_EQ(Status(pOperation), "Started");
+        EXPECT_EQ(State(), "Started ED-T");
         Command(ID_PFO_DELETE);
-        EXPECT_EQ(Status(pOperation), "Stopping");
+        EXPECT_EQ(Column(0), "Stopping ");
         EXPECT_EQ(File().opCount, 1) << "the row was still there";
         Await([&] { return List().GetItemCount() == 0; }, "the row to go");
         EXPECT_TRUE(m_settings.operations.empty());
         EXPECT_EQ(m_settings.firstOp, nullptr);
-        EXPECT_EQ(Buttons(), "----");
+        EXPECT_EQ(State(), "----");
     });
     EXPECT_EQ(File().opCount, 0);
 }
@@ -181,8 +177,7 @@ TEST_F(MainWindowCommandTest, WorkerThatCannotBeStartedLeavesTheOperationAsItWas
         Command(ID_PFO_STOP);
         Command(ID_PFO_DELETE);
         FailThreadStartsAfter(-1);
-        EXPECT_EQ(Status(pOperation), "Started");
-        EXPECT_EQ(Buttons(), "ED-T");
+        EXPECT_EQ(State(), "Started ED-T");
         EXPECT_TRUE(CanConnect(pOperation));
         Command(ID_PFO_STOP);
         AwaitStatus(pOperation, "Stopped");

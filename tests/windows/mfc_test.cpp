@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <stdexcept>
-#include <thread>
 
 #include "platform/mfc/dialog_font.h"
 #include "platform/mfc/file_dialog.h"
@@ -96,20 +95,6 @@ TEST(DialogTest, EndOfTheOuterDialogAndQuitEndTheInnerOne) {
         EXPECT_EQ(::PeekMessageA(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE) != FALSE, bQuit);
         EXPECT_EQ(message.wParam, bQuit ? 8u : 0u);
     }
-}
-
-TEST(DialogTest, SecondThreadHasDialogsOfItsOwn) {
-    CTestDialog first(IDD_MAIN);
-    CTestDialog second;
-    second.m_fnStep = [&] {
-        EXPECT_EQ(second.GetParent(), nullptr);
-        first.SendMessage(WM_CLOSE);
-        second.EndDialog(9);
-    };
-    std::thread thread;
-    first.m_fnStep = [&] { thread = std::thread([&] { EXPECT_EQ(second.DoModal(), 9); }); };
-    EXPECT_EQ(first.DoModal(), IDCANCEL);
-    thread.join();
 }
 
 TEST(DialogTest, ExceptionsOfHandlersEndInTheWindowProcedure) {
