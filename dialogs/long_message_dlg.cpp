@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/files/files.h"
-#include "platform/mfc/dialog_font.h"
+#include "platform/mfc/dialog.h"
 #include "platform/mfc/file_dialog.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"

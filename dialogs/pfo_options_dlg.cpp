@@ -3,9 +3,8 @@
 #include <utility>
 
 #include "dialogs/long_message_dlg.h"
-#include "platform/mfc/dialog_font.h"
-#include "platform/mfc/wait_cursor.h"
-#include "platform/net/interfaces.h"
+#include "platform/mfc/dialog.h"
+#include "platform/mfc/wnd.h"
 #include "platform/net/socket.h"
 #include "platform/system/message_box.h"
 #include "resources/private_messages.h"

@@ -6,7 +6,6 @@
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_target.h"
-#include "platform/net/socket_end.h"
 #include "platform/threads/threads.h"
 
 namespace {

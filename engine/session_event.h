@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 
 class CPortForwardOp;
 

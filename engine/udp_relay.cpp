@@ -6,7 +6,6 @@
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/udp_session.h"
-#include "platform/net/socket_end.h"
 #include "platform/threads/threads.h"
 
 namespace {

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "language/zones.h"
-#include "platform/mfc/dialog_font.h"
+#include "platform/mfc/dialog.h"
 #include "platform/mfc/file_dialog.h"
-#include "platform/system/web_page.h"
+#include "platform/system/process.h"
 #include "resources/program_names.h"
 #include "resources/resource.h"
 #include "resources/web_pages.h"

@@ -1,12 +1,12 @@
-// Expansion of the two templates that make a log line. Plain substitution in a fixed order; codes are case sensitive; no
-// state is kept between calls, so that many threads can call at once.
+// Expansion of the two templates that make a log line. Plain substitution in a fixed order; codes are case sensitive;
+// no state is kept between calls, so that many threads can call at once.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "platform/system/clock.h"
 
 /// Lines are cut at this many bytes, more than any text of a settings file has. Values are put into values, so that a

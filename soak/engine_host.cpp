@@ -8,7 +8,7 @@
 
 #include "language/language_store.h"
 #include "log/log_writer.h"
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "soak/host_faults.h"
 #include "soak/host_op.h"
 #include "soak/left_behind.h"

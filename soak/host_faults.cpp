@@ -9,7 +9,7 @@
 
 #include "language/language_store.h"
 #include "platform/files/files.h"
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "soak/load_socket.h"
 
 namespace {

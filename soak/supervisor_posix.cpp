@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "platform/threads/threads.h"
 #include "soak/engine_host.h"
 #include "soak/load_processes.h"

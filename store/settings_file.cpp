@@ -6,6 +6,7 @@
 #include "language/language_choice.h"
 #include "platform/files/files.h"
 #include "platform/system/message_box.h"
+#include "platform/system/process.h"
 #include "shell/app_settings.h"
 #include "store/byte_reader.h"
 #include "store/file_text.h"

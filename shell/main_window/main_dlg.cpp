@@ -1,7 +1,7 @@
 #include "shell/main_window/main_dlg.h"
 
 #include "language/language_choice.h"
-#include "platform/mfc/dialog_font.h"
+#include "platform/mfc/dialog.h"
 #include "platform/system/process.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"

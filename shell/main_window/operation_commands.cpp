@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "dialogs/pfo_options_dlg.h"
-#include "platform/mfc/wait_cursor.h"
+#include "platform/mfc/wnd.h"
 #include "resources/private_messages.h"
 #include "shell/link_operation.h"
 #include "shell/main_window/main_dlg_slots.h"

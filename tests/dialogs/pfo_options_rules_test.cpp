@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "language/text_table.h"
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "shell/app_settings.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/session_event.h"
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
 #include "tests/support/failing_new.h"
 

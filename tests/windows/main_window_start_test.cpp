@@ -1,4 +1,6 @@
 // How the main window comes up from a record, stands, goes to the tray, and what it leaves when it goes.
+#include "platform/mfc/win_app.h"
+#include "shell/app/app_main.h"
 #include "shell/main_window/window_place.h"
 #include "tests/windows/main_window_fixture.h"
 
@@ -91,6 +93,27 @@ TEST_F(MainWindowStartTest, CloseDuringTheQuestionKeepsTheOperationsInTheFile) {
     EXPECT_EQ(CMainDlg(&m_settings, &m_hMainWnd, &m_bServiceStop, false).DoModal(), IDCANCEL);
 }
 
+TEST_F(MainWindowStartTest, TheSavedLanguageIsInForceFromTheStart) {
+    class CApp : public CWinApp {
+      public:
+        CApp() : CWinApp(kProgramName) {}
+        bool InitInstance() override { return false; }
+    };
+    const CApp app;
+    const std::string strEnglish = Text(kSlotListLabel);
+    m_settings.languageCode = 1;
+    ASSERT_EQ(SaveSettingsFile(m_settings, nullptr), 0);
+    ApplyLanguage(&m_settings);
+    ASSERT_NE(Text(kSlotListLabel), strEnglish);
+    g_bServiceStop = 1;
+    m_script.In(kProgramName, [&](const CWnd& window) {
+        EXPECT_EQ(window.GetDlgItemText(IDC_MAIN_LIST_LABEL), Text(kSlotListLabel));
+        window.SendMessage(WM_CLOSE);
+    });
+    AppMain(1);
+    EXPECT_EQ(File().languageCode, 1u);
+}
+
 TEST_F(MainWindowStartTest, ListFollowsTheWindowWhichHasASmallestSize) {
     m_settings.windowRect = {40, 30, 740, 480};
     m_settings.windowFlags = 1;
@@ -114,10 +137,15 @@ TEST_F(MainWindowStartTest, CloseBoxMinimisesWhenItIsSetToAndKeysThatMeanCancelD
     m_settings.minimizeOnClose = 1;
     m_bStartMinimized = true;
     m_bServiceStop = 0;
+    CPortForwardOp* const pOperation = Add();
     Run([&] {
         Await([&] { return Window().IsIconic(); }, "the start minimised");
         Send(WM_SYSCOMMAND, SC_RESTORE);
-        EXPECT_FALSE(Window().IsIconic());
+        Select(0);
+        AwaitText(IDC_MAIN_CLIENT_RATE, "0 bps");
+        pOperation->m_dBytesFromClient = 1e9;
+        Await([&] { return Window().GetDlgItemText(IDC_MAIN_CLIENT_RATE) != "0 bps"; }, "half a second of timers");
+        EXPECT_FALSE(Window().IsIconic()) << "it was minimised once";
         for (const WPARAM nKey : {VK_ESCAPE, VK_CANCEL}) List().PostMessage(WM_KEYDOWN, nKey, 1);
         for (const WPARAM nId : {IDOK, IDCANCEL}) Window().PostMessage(WM_COMMAND, nId);
         Window().PostMessage(WM_CLOSE);

@@ -117,9 +117,38 @@ TEST_F(MainWindowCommandTest, DeleteTakesTheRowAndTheOperation) {
     EXPECT_EQ(File().opCount, 0);
 }
 
+TEST_F(MainWindowCommandTest, StatusLinesLetGoOfADeletedOperation) {
+    Add();
+    // The test keeps it, so that it can still change.
+    const auto pOperation = std::move(m_settings.operations.front());
+    m_settings.operations.clear();
+    const auto set = [&](int32_t nTotal, double dBytes) {
+        pOperation->m_nTotalSessions = nTotal;
+        pOperation->m_dBytesFromClient = dBytes;
+    };
+    const auto rateIsZero = [&] { return Window().GetDlgItemText(IDC_MAIN_CLIENT_RATE) == "0 bps"; };
+    Run([&] {
+        AnswerBox(kSlotSureToDelete, kSlotSure, IDYES);
+        Select(0);
+        Await(rateIsZero, "the first rate");
+        set(7, 1e9);
+        AwaitText(IDC_MAIN_PFO_TOTAL, "7");
+        Await([&] { return !rateIsZero(); }, "the rate");
+        Command(ID_PFO_DELETE);
+        Await([&] { return List().GetItemCount() == 0; }, "the row to go");
+        set(8, 2e9);
+        Await(rateIsZero, "the rates to start over");
+        EXPECT_EQ(Window().GetDlgItemText(IDC_MAIN_PFO_TOTAL), "7");
+    });
+}
+
 TEST_F(MainWindowCommandTest, EditOfARunningRowStopsAppliesAndStartsAgain) {
     CPortForwardOp* const pOther = Add(0, "alpha.test");
     CPortForwardOp* const pOperation = Add();
+    const OpSettings& settings = pOperation->m_settings;
+    pOperation->m_settings.m_allowRanges = {{1, 2}};
+    pOperation->m_settings.m_blockRanges = {{3, 4}, {5, 6}};
+    OpSettings expected = settings;
     Run([&] {
         m_script.In(kOptionsTitle, [&](const CWnd& dialog) {
             dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, std::to_string(pOperation->ListenPort()));
@@ -134,11 +163,13 @@ TEST_F(MainWindowCommandTest, EditOfARunningRowStopsAppliesAndStartsAgain) {
         Command(ID_PFO_START_ALL);
         Command(ID_PFO_EDIT, 0);
         EXPECT_EQ(Status(pOperation), "Stopping");
-        EXPECT_EQ(pOperation->m_settings.m_wRemotePort, 9) << "the old settings stay until it has stopped";
+        EXPECT_EQ(settings, expected) << "the old settings stay until it has stopped";
         // The row moves while the worker is at it.
         for (int i = 0; i < 6; ++i) Notify(LVN_COLUMNCLICK, i);
         AwaitStatus(pOperation, "Started");
-        EXPECT_EQ(pOperation->m_settings.m_wRemotePort, 7777);
+        expected.m_wRemotePort = 7777;
+        expected.m_wLocalPort = pOperation->ListenPort();
+        EXPECT_EQ(settings, expected);
         EXPECT_THAT(Column(5), testing::HasSubstr("7777"));
         EXPECT_TRUE(CanConnect(pOperation));
         EXPECT_EQ(Status(pOther), "Started");

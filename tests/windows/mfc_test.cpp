@@ -6,7 +6,6 @@
 
 #include <stdexcept>
 
-#include "platform/mfc/dialog_font.h"
 #include "platform/mfc/file_dialog.h"
 #include "platform/mfc/list_ctrl.h"
 #include "platform/mfc/menu.h"

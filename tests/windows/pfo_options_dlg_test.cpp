@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "language/language_store.h"
-#include "platform/net/interfaces.h"
+#include "platform/net/socket.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "tests/windows/window_script.h"
