@@ -11,6 +11,7 @@
 #include <string>
 
 #include "language/language_store.h"
+#include "language/slots.h"
 #include "platform/files/files.h"
 #include "platform/mfc/list_ctrl.h"
 #include "platform/system/process.h"
@@ -19,7 +20,6 @@
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "shell/main_window/main_dlg.h"
-#include "shell/main_window/main_dlg_slots.h"
 #include "store/settings_file.h"
 #include "tests/windows/window_script.h"
 

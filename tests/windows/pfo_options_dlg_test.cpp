@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "language/language_store.h"
+#include "language/slots.h"
 #include "platform/net/socket.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
@@ -124,12 +125,12 @@ TEST_F(PfoOptionsDlgTest, EditGoesIntoTheResultOnlyAndKeepsWhatHasNoField) {
         Press(dialog, IDOK);
     });
     constexpr char kCloseSessions[] = "Continue and close current sessions?\"";
-    m_script.Answer(kCloseSessions, m_settings.slotTable.Text(192), IDNO);
+    m_script.Answer(kCloseSessions, m_settings.slotTable.Text(kSlotCloseSessions), IDNO);
     InDialog([&](const CWnd& dialog) {
         ExpectNothingStored();
         Press(dialog, IDOK);
     });
-    m_script.Answer(kCloseSessions, m_settings.slotTable.Text(192), IDYES);
+    m_script.Answer(kCloseSessions, m_settings.slotTable.Text(kSlotCloseSessions), IDYES);
     EXPECT_EQ(RunEdit(), IDOK);
     EXPECT_EQ(m_operation.m_settings, before);
     EXPECT_EQ(std::exchange(m_result.m_wLocalPort, before.m_wLocalPort), 5354);
@@ -193,8 +194,8 @@ TEST_F(PfoOptionsDlgTest, InformationOpensAndTheDialogStays) {
             Press(information, IDC_LONG_CONTINUE);
         });
     };
-    expect(IDC_PFO_MAX_SESSIONS_INFO, "Max Sessions information", 194);
-    expect(IDC_PFO_UDP_TIMEOUT_INFO, "UDP Session-Timeout information", 196);
+    expect(IDC_PFO_MAX_SESSIONS_INFO, "Max Sessions information", kSlotMaxSessionsInfo);
+    expect(IDC_PFO_UDP_TIMEOUT_INFO, "UDP Session-Timeout information", kSlotUdpTimeoutInfo);
     m_script.Press(kTitle, IDCANCEL);
     EXPECT_EQ(RunNew(), IDCANCEL);
 }
