@@ -6,12 +6,10 @@
 #include <utility>
 
 #include "engine/port_forward_op.h"
+#include "language/slots.h"
 #include "log/log_format.h"
 
 namespace {
-
-// Shown as the remote host of an operation that connects to the client's own address.
-constexpr uint32_t kSlotClientAsHost = 119;
 
 bool IsWanted(const CPortForwardOp& op, SessionEventSlot slot) {
     if (*op.m_pLoggingEnabled == 0) return false;
@@ -24,8 +22,9 @@ std::string FormatEvent(const CPortForwardOp& op, SessionEventSlot slot, const E
     event.strEvent = pTexts->Text(static_cast<uint32_t>(slot));
     event.dwLocalIp = op.m_settings.m_dwLocalIp;
     event.wLocalPort = op.m_settings.m_wLocalPort;
+    // Of an operation that connects to the client's own address, that is the remote host.
     event.strRemoteHost =
-        op.m_settings.m_bBounce != 0 ? pTexts->Text(kSlotClientAsHost) : op.m_settings.m_strRemoteHost;
+        op.m_settings.m_bBounce != 0 ? pTexts->Text(kSlotClientAddress) : op.m_settings.m_strRemoteHost;
     event.wRemotePort = op.m_settings.m_wRemotePort;
     event.client = client;
     event.strProtocol = ProtocolText(op.m_settings.m_nProtocol);
