@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "bench/net.h"
-#include "platform/thread_annotations.h"
+#include "platform/threads/thread_annotations.h"
 
 constexpr char kSinkMode = 'S';
 constexpr char kEchoMode = 'E';

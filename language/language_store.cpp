@@ -7,11 +7,10 @@
 
 #include "language/language_parser.h"
 #include "language/zones.h"
-#include "platform/code_page.h"
-#include "platform/files.h"
-#include "platform/message_box.h"
-#include "platform/resources.h"
-#include "shell/app_settings.h"
+#include "platform/files/files.h"
+#include "platform/system/code_page.h"
+#include "platform/system/language_table.h"
+#include "platform/system/message_box.h"
 
 namespace {
 
@@ -102,13 +101,13 @@ void LoadLanguageStrings(TextTable* pTable, const char* pszZoneLabel, const char
     }
 }
 
-void LoadGeneralTexts(AppSettings* pSettings) {
+void LoadGeneralTexts(LanguageSettings* pSettings) {
     TextTable table;
     LoadLanguageStrings(&table, kGeneralZone, nullptr);
     Install(std::move(table), &pSettings->generalTable);
 }
 
-void ApplyLanguage(AppSettings* pSettings) {
+void ApplyLanguage(LanguageSettings* pSettings) {
     TextTable table;
     if (pSettings->languageCode == LANGUAGE_FILE) {
         LoadLanguageStrings(&table, kEnglishZone, pSettings->languageFilePath.c_str());

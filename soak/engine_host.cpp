@@ -8,7 +8,7 @@
 
 #include "language/language_store.h"
 #include "log/log_writer.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "soak/host_faults.h"
 #include "soak/host_op.h"
 #include "soak/left_behind.h"
@@ -54,7 +54,8 @@ class CEngineHost {
     const CSurroundings& m_surroundings;
     AppSettings m_settings;
     EngineCounters m_counters;
-    LogQueue m_logQueue;
+    CLogWriter m_logWriter{m_settings};
+    std::atomic<int32_t> m_nLogWriters = 0;  // kept out of the counters, which are to come back to nothing
     std::atomic<bool> m_bTimerEnd = false;
     std::vector<std::unique_ptr<CHostOp>> m_ops;
     CHostFaults m_faults{m_shared, m_settings, m_counters, m_surroundings};
@@ -65,15 +66,14 @@ CEngineHost::CEngineHost(SharedBlock& shared, const CSurroundings& surroundings)
     ApplyLanguage(&m_settings);
     SetDefaultSettings(&m_settings);
     m_faults.SetUpLog();
-    m_settings.logQueue = &m_logQueue;
     for (int n = 0; n < kEngineOps; ++n) {
-        m_ops.push_back(
-            std::make_unique<CHostOp>(shared, m_settings, m_counters, m_logQueue, n, surroundings.HasHostTable()));
+        m_ops.push_back(std::make_unique<CHostOp>(shared, m_settings, m_counters, m_logWriter.Queue(), n,
+                                                  surroundings.HasHostTable()));
     }
 }
 
 void CEngineHost::RunFor(std::chrono::milliseconds time, uint64_t nSeed) {
-    const bool bWriter = AfxBeginThread(LogWriterThread, &m_settings);
+    const bool bWriter = m_logWriter.Start(&m_nLogWriters);
     if (!bWriter) m_shared.Fail("the log writer did not start");
     std::thread timer([this] { RunLogTimer(); });
     for (const auto& pOp : m_ops) pOp->Start();
@@ -111,16 +111,16 @@ void CEngineHost::RunFaults(CRandom random, Clock::time_point end) {
 
 void CEngineHost::RunLogTimer() {
     while (!m_bTimerEnd) {
-        RequestLogFlush(&m_settings);
+        m_logWriter.RequestFlush();
         Sleep(kPollMs);
     }
     m_bTimerEnd = false;
 }
 
 void CEngineHost::EndLogWriter() {
-    m_settings.logWriterStop = 1;
-    while (m_settings.logWriterStop != 0) Sleep(kPollMs);
-    FreeLogEntries(m_logQueue.TakeAll());
+    while (!m_logWriter.End(kPollMs)) {
+    }
+    FreeLogEntries(m_logWriter.Queue().TakeAll());
     m_faults.CheckLastLog();
 }
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "language/language_store.h"
-#include "platform/files.h"
-#include "platform/threads.h"
+#include "platform/files/files.h"
+#include "platform/threads/threads.h"
 #include "soak/load_socket.h"
 
 namespace {

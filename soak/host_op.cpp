@@ -1,6 +1,6 @@
 #include "soak/host_op.h"
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "shell/link_operation.h"
 #include "soak/surroundings.h"
 
@@ -29,18 +29,18 @@ void CHostOp::MakeOp() {
     const OpSlot& slot = Slot();
     const ServerSlot& server = m_shared.servers[static_cast<size_t>(slot.nServer)];
     m_pOp = std::make_unique<CPortForwardOp>();
-    m_pOp->m_nProtocol = slot.bUdp ? kProtocolUdp : kProtocolTcp;
-    m_pOp->m_dwLocalIp = m_shared.dwOpIp;
-    m_pOp->m_wRemotePort = slot.bUdp ? server.wUdpPort : server.wTcpPort;
-    m_pOp->m_strRemoteHost = slot.bByName && m_bHostTable ? kSoakHost : FormatIpAddress(m_shared.dwServerIp);
-    m_pOp->m_bBounce = slot.bBounce ? 1 : 0;
-    m_pOp->m_nMaxSessions = slot.bLimited ? kLowLimit : kHighLimit;
-    m_pOp->m_nUdpTimeoutMs = 500;
+    m_pOp->m_settings.m_nProtocol = slot.bUdp ? kProtocolUdp : kProtocolTcp;
+    m_pOp->m_settings.m_dwLocalIp = m_shared.dwOpIp;
+    m_pOp->m_settings.m_wRemotePort = slot.bUdp ? server.wUdpPort : server.wTcpPort;
+    m_pOp->m_settings.m_strRemoteHost = slot.bByName && m_bHostTable ? kSoakHost : FormatIpAddress(m_shared.dwServerIp);
+    m_pOp->m_settings.m_bBounce = slot.bBounce ? 1 : 0;
+    m_pOp->m_settings.m_nMaxSessions = slot.bLimited ? kLowLimit : kHighLimit;
+    m_pOp->m_settings.m_nUdpTimeoutMs = 500;
     LinkOperation(m_pOp.get(), m_settings, &m_counters, &m_logQueue);
 }
 
 void CHostOp::Start() {
-    m_pOp->m_wLocalPort = Slot().wPort;
+    m_pOp->m_settings.m_wLocalPort = Slot().wPort;
     for (int nTry = 0; nTry < kStartTries; ++nTry) {
         if (m_pOp->Start()) {
             Slot().wPort = m_pOp->ListenPort();
@@ -81,21 +81,21 @@ void CHostOp::Disturb(CRandom& random) {
 
 // Settings that leave the way to the server as it is.
 void CHostOp::Change(CRandom& random) {
-    m_pOp->m_nUdpTimeoutMs = static_cast<int32_t>(random.Between(0, 1500));
-    m_pOp->m_bFiltersEnabled = random.OneIn(2) ? 1 : 0;
-    m_pOp->m_allowRanges.assign(random.Below(20), {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
-    m_pOp->m_blockRanges.assign(random.Below(20), {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
-    if (Slot().bLimited) m_pOp->m_nMaxSessions = static_cast<int32_t>(random.Between(1, 2 * kLowLimit));
+    m_pOp->m_settings.m_nUdpTimeoutMs = static_cast<int32_t>(random.Between(0, 1500));
+    m_pOp->m_settings.m_bFiltersEnabled = random.OneIn(2) ? 1 : 0;
+    m_pOp->m_settings.m_allowRanges.assign(random.Below(20), {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
+    m_pOp->m_settings.m_blockRanges.assign(random.Below(20), {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
+    if (Slot().bLimited) m_pOp->m_settings.m_nMaxSessions = static_cast<int32_t>(random.Between(1, 2 * kLowLimit));
     m_shared.Add(Tally::OperationChanges);
 }
 
 // In place of a host table from which the name goes: the operation runs for a while with a name that cannot be found.
 void CHostOp::TryImpossibleHost() {
     std::string strHost = ImpossibleHost();
-    strHost.swap(m_pOp->m_strRemoteHost);
+    strHost.swap(m_pOp->m_settings.m_strRemoteHost);
     Start();
     Sleep(kImpossibleMs);
     Stop();
-    strHost.swap(m_pOp->m_strRemoteHost);
+    strHost.swap(m_pOp->m_settings.m_strRemoteHost);
     m_shared.Add(Tally::LookupFailures);
 }

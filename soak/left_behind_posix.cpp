@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "soak/left_behind.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "soak/tcp_load.h"
 #include "soak/udp_load.h"
 

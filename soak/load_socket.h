@@ -1,4 +1,4 @@
-// The sockets of the load: what clients and servers need beyond platform/socket.h - resets, small buffers, chosen source
+// The sockets of the load: what clients and servers need beyond platform/net/socket.h - resets, small buffers, chosen source
 // addresses, deadlines. Linux only, like all of the soak; the engine under test uses nothing of it.
 #pragma once
 
@@ -7,7 +7,7 @@
 #include <span>
 #include <utility>
 
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 /// Owns one descriptor; -1 is none.
 class CLoadSocket {

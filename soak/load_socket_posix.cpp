@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "platform/socket_address.h"
+#include "platform/net/socket_address.h"
 #include "soak/load_socket.h"
 
 namespace {

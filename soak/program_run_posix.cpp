@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "platform/files.h"
-#include "platform/threads.h"
+#include "platform/files/files.h"
+#include "platform/threads/threads.h"
 #include "shell/app_settings.h"
 #include "soak/program_run.h"
 #include "store/settings_file.h"
@@ -73,13 +73,13 @@ void CProgramRun::WriteSettings() {
         const ServerSlot& server = m_shared.servers[static_cast<size_t>(slot.nServer)];
         settings.operations.push_back(std::make_unique<CPortForwardOp>());
         CPortForwardOp& op = *settings.operations.back();
-        op.m_nProtocol = slot.bUdp ? kProtocolUdp : kProtocolTcp;
-        op.m_dwLocalIp = m_shared.dwOpIp;
-        op.m_strLocalInterface = FormatIpAddress(m_shared.dwOpIp);
-        op.m_strRemoteHost = FormatIpAddress(m_shared.dwServerIp);
-        op.m_wRemotePort = slot.bUdp ? server.wUdpPort : server.wTcpPort;
-        op.m_nMaxSessions = 1000;
-        op.m_nUdpTimeoutMs = 1000;
+        op.m_settings.m_nProtocol = slot.bUdp ? kProtocolUdp : kProtocolTcp;
+        op.m_settings.m_dwLocalIp = m_shared.dwOpIp;
+        op.m_settings.m_strLocalInterface = FormatIpAddress(m_shared.dwOpIp);
+        op.m_settings.m_strRemoteHost = FormatIpAddress(m_shared.dwServerIp);
+        op.m_settings.m_wRemotePort = slot.bUdp ? server.wUdpPort : server.wTcpPort;
+        op.m_settings.m_nMaxSessions = 1000;
+        op.m_settings.m_nUdpTimeoutMs = 1000;
         op.m_bRunning = 1;
         *ppNext = &op;
         ppNext = &op.m_pNext;

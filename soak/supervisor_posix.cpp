@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "platform/socket.h"
-#include "platform/threads.h"
+#include "platform/net/socket.h"
+#include "platform/threads/threads.h"
 #include "soak/engine_host.h"
 #include "soak/load_processes.h"
 #include "soak/program_run.h"

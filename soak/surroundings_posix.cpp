@@ -13,8 +13,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/files.h"
-#include "platform/socket.h"
+#include "platform/files/files.h"
+#include "platform/net/socket.h"
 #include "soak/left_behind.h"
 #include "soak/load_socket.h"
 

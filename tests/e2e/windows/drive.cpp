@@ -16,7 +16,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 namespace {
 
