@@ -14,8 +14,8 @@ from windows_program import ROOT, STYLE, WindowsProgram, picture
 FOLDER = ROOT / "build" / "demo"
 PICTURE = ROOT / "build" / "zelkor.png"
 LOG = FOLDER / "connections.log"
-LINES = ("PROGRAM_THREADS", "PROGRAM_SESSIONS", "PFO_THREADS", "PFO_SESSIONS", "PFO_TOTAL", "CLIENT_BYTES", "CLIENT_RATE",
-         "SERVER_BYTES", "SERVER_RATE")  # fmt: skip
+LINES = ("PROGRAM_THREADS", "PROGRAM_SESSIONS", "PFO_THREADS", "PFO_SESSIONS", "PFO_TOTAL", "CLIENT_BYTES",
+         "CLIENT_RATE", "SERVER_BYTES", "SERVER_RATE")  # fmt: skip
 SIZES = {"tcp": 256 * 1024, "udp": 1200}
 
 
@@ -77,8 +77,8 @@ def show(operations, settings):
         for row, kind in ((1, "TCP"), (0, "UDP")):
             print(f"The window with the {kind} operation selected:")
             select(program, row)
-            for line in (*program.list.rows(), *(f"{program.value(f'{name}_LABEL')} {program.value(name)}" for name in LINES)):
-                print(f"  {line}")
+            lines = [f"{program.value(f'{name}_LABEL')} {program.value(name)}" for name in LINES]
+            print("\n".join(f"  {line}" for line in program.list.rows() + lines))
         select(program, 1)
         picture(PICTURE, program.main.place)
         for row, kind in ((1, "tcp"), (0, "udp")):

@@ -1,7 +1,7 @@
 """The Windows program and its windows, seen from outside of Wine.
 
-The caller has made the Wine prefix ready (script/lib/wine-env.sh), and one program at a time runs there: whatever dialog
-is on the desktop is taken for its own.
+The caller has made the Wine prefix ready (script/lib/wine-env.sh), and one program at a time runs there: whatever
+dialog is on the desktop is taken for its own.
 """
 import atexit
 import functools
@@ -60,7 +60,7 @@ class Driver:
             self.process.kill()
 
     def begin(self, function, *arguments, library="user32"):
-        self.written = [argument for argument in arguments if isinstance(argument, bytearray)]
+        self.addressed = [argument for argument in arguments if isinstance(argument, (bytes, bytearray))]
         words = [f"~{len(argument)}" if isinstance(argument, bytearray)
                  else f"={argument.hex()}" if isinstance(argument, bytes) else str(int(argument))
                  for argument in arguments]  # fmt: skip
@@ -72,9 +72,9 @@ class Driver:
     def finish(self):
         """The result, without a sign."""
         result, *written = self.process.stdout.readline().split()
-        for argument, content in zip(self.written, written):
-            data = bytes.fromhex(content[1:])
-            argument[:] = data + bytes(len(argument) - len(data))
+        for argument, content in zip(self.addressed, written):
+            if isinstance(argument, bytearray):
+                argument[:] = bytes.fromhex(content[1:]).ljust(len(argument), b"\0")
         return int(result)
 
 

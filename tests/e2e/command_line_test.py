@@ -43,37 +43,27 @@ class CommandLine(LinuxTest):
         beyond = self.client("tcp", port)
         self.assertTrue(beyond.is_closed())
         inside[0].close()
-        entries = self.wait_for_log(
-            *[entry("Session accepted", port, client) for client in inside],
-            entry("Session rejected - too many sessions", port, beyond), entry("Session ended", port, inside[0]),
-        )  # fmt: skip
-        self.assertIn("ended", entries[-1])
+        events = [entry("Session accepted", port, client) for client in inside]
+        events += [entry("Session rejected - too many sessions", port, beyond), entry("Session ended", port, inside[0])]
+        self.wait_for_log(*events)
         self.assertEqual(inside[1].echo(b"still"), b"still")
+        self.servers["tcp"].close()
+        refused = self.client("tcp", port)
+        self.assertTrue(refused.is_closed())
+        events += [entry("Session ended", port, inside[1]),
+                   entry("Session rejected - unable to establish remote host connection", port, refused)]  # fmt: skip
+        self.wait_for_log(*events)
         self.assert_ends(program)
 
     def test_a_udp_operation_ends_a_silent_session(self):
         target = f"{LOCALHOST}:{self.servers['udp'].port}"
         program, port = self.start_operation("udp", target, "--timeout", "1000", "--log", self.log)
         client = self.client("udp", port)
-        for size in (1, 1400, 60000):
+        events = []
+        for size in (60000, 1):
             self.assertEqual(client.echo(bytes(size)), bytes(size))
-        events = [entry(f"Session {word}", port, client, "UDP") for word in ("accepted", "ended", "accepted")]
-        self.wait_for_log(*events[:2])
-        self.assertEqual(client.echo(b"again"), b"again")
-        self.wait_for_log(*events)
-        self.assert_ends(program)
-
-    def test_an_operation_without_a_host_goes_back_to_the_client(self):
-        server = self.server("tcp", "127.0.0.7")
-        program, port = self.start_operation("tcp", f":{server.port}")
-        self.assertEqual(program.out, [f"started TCP {self.ip}:{port} -> the client's own address:{server.port}"])
-        self.assertEqual(self.client("tcp", port, "127.0.0.7").echo(b"own"), b"own")
-
-    def test_a_server_that_is_not_there_is_logged(self):
-        program, port = self.start_operation("tcp", f"{self.ip}:{self.port('tcp')}", "--log", self.log)
-        client = self.client("tcp", port)
-        self.assertTrue(client.is_closed())
-        self.wait_for_log(entry("Session rejected - unable to establish remote host connection", port, client))
+            events += [entry(f"Session {word}", port, client, "UDP") for word in ("accepted", "ended")]
+            self.wait_for_log(*events)
         self.assert_ends(program)
 
 

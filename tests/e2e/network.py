@@ -4,8 +4,8 @@
                              forwarder --- 10.77.3.0/24 --- router --- 10.77.4.0/24 --- far
     other --- 10.77.2.0/24 --+
 
-A thread is in one host at a time, and what it opens or starts there stays there, so that the usual helpers work in every
-host: `with network.host("far"): ...`. All ends with the process of the test.
+A thread is in one host at a time, and what it opens or starts there stays there, so that the usual helpers work in
+every host: `with network.host("far"): ...`. All ends with the process of the test.
 """
 import contextlib
 import ctypes
@@ -26,7 +26,8 @@ CABLES = (
 HOSTS = ("near", "other", "forwarder", "router", "far")
 SKIPPED = 77
 HAS_NAMESPACES = "ZELKOR_TEST_HAS_NAMESPACES"
-OWN_PLACE_FOR_NAMES = ["mount", "-t", "tmpfs", "tmpfs", "/run"]  # where `ip netns` keeps the hosts
+# The hosts' names are kept below /run.
+IN_OWN_PLACE = ["sh", "-c", 'mount -t tmpfs tmpfs /run && exec "$@"', "sh"]
 libc = ctypes.CDLL(None, use_errno=True)
 
 
@@ -36,7 +37,7 @@ def enter_or_skip():
     if HAS_NAMESPACES in os.environ:
         return
     for rights in ([], ["--map-root-user"]):
-        own = ["unshare", "--net", "--mount", *rights, "sh", "-c", f'{" ".join(OWN_PLACE_FOR_NAMES)} && exec "$@"', "sh"]
+        own = ["unshare", "--net", "--mount", *rights, *IN_OWN_PLACE]
         if subprocess.run([*own, "ip", "netns", "add", "probe"], capture_output=True).returncode == 0:
             os.environ[HAS_NAMESPACES] = "yes"
             os.execvp(own[0], [*own, *sys.orig_argv])

@@ -6,7 +6,7 @@ import unittest
 
 from e2e import FileCases, LinuxTest
 from sample_servers import LOCALHOST
-from settings_file import START_NEVER, Operation, Settings
+from settings_file import START_NEVER, Settings
 
 
 class SettingsFile(FileCases, LinuxTest):
@@ -14,7 +14,7 @@ class SettingsFile(FileCases, LinuxTest):
         for number in (signal.SIGTERM, signal.SIGINT):
             with self.subTest(number):
                 operations = {kind: self.operation(kind) for kind in ("tcp", "udp")}
-                program = self.start(Settings(list(operations.values())))  # to be asked about, which is answered with yes
+                program = self.start(Settings(list(operations.values())))  # is to ask, and takes yes for the answer
                 clients = [self.assert_carries("tcp", operations["tcp"]) for _ in range(20)]
                 self.assert_carries("udp", operations["udp"])
                 self.assert_ends(program, number)
@@ -39,18 +39,18 @@ class SettingsFile(FileCases, LinuxTest):
         ):
             with self.subTest(name):
                 self.file.write_bytes(data)
-                got, lines = self.refusal(self.file)
-                self.assertEqual(got, code)
-                self.assertIn(reason, "\n".join(lines))
-                self.assertIn(str(self.file), "\n".join(lines))
+                program = self.run_program(self.file)
+                self.assertEqual((program.exit_code(), program.out), (code, []))
+                self.assertIn(reason, "\n".join(program.err))
+                self.assertIn(str(self.file), "\n".join(program.err))
                 self.assertEqual(self.file.read_bytes(), data)
 
     def test_a_path_that_is_no_file_is_named_with_the_reason(self):
         os.mkfifo(self.file)
         for path, reason in ((self.folder, "cannot be read: "), (self.file, "is left as it is")):
-            code, lines = self.refusal(path)
-            self.assertEqual(code, 2)
-            self.assertIn(f"{path} {reason}", "\n".join(lines))
+            program = self.run_program(path)
+            self.assertEqual(program.exit_code(), 2)
+            self.assertIn(f"{path} {reason}", "\n".join(program.err))
 
     def test_what_would_lose_something_is_never_saved(self):
         # A save would mark the one that cannot start.

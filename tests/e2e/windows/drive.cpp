@@ -4,16 +4,17 @@
 //   NUMBER    this value, negative or not
 //   =BYTES    the address of these bytes, given in hexadecimal, and a NUL behind them
 //   ~SIZE     the address of so many zero bytes, for what the function writes
-// The answer is a line: the result as an unsigned number of 64 bits, and for each ~SIZE what then stands there, a point and
-// its bytes in hexadecimal up to the last one that is not zero. The first call that cannot be made ends the program with code 1, the end of the input with 0.
+// The answer is a line: the result as an unsigned number of 64 bits, and for each argument that is an address a point
+// and the bytes that now stand there, in hexadecimal, up to the last one that is not zero. The first call that cannot
+// be made ends the program with code 1, the end of the input with 0.
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
-#include <iterator>
 #include <list>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "platform/system/windows_api.h"
@@ -64,22 +65,17 @@ bool Answer(const std::string& strLine) {
     Values values = {};
     size_t nValues = 0;
     std::list<std::string> bytes;
-    std::list<const std::string*> written;
     for (std::string strWord; line >> strWord; ++nValues) {
         if (nValues == values.size()) return false;
-        const std::string strRest = strWord.substr(1);
-        if (strWord[0] == '=') {
-            bytes.push_back(FromHex(strRest));
-        } else if (strWord[0] == '~') {
-            written.push_back(&bytes.emplace_back(std::strtoul(strRest.c_str(), nullptr, 10), '\0'));
-        } else {
-            values[nValues] = static_cast<uintptr_t>(std::strtoll(strWord.c_str(), nullptr, 10));
-            continue;
-        }
-        values[nValues] = reinterpret_cast<uintptr_t>(bytes.back().data());
+        const char chKind = strWord[0];
+        if (chKind == '=') bytes.push_back(FromHex(strWord.substr(1)));
+        if (chKind == '~') bytes.emplace_back(std::strtoul(strWord.c_str() + 1, nullptr, 10), '\0');
+        values[nValues] = chKind == '=' || chKind == '~'
+                              ? reinterpret_cast<uintptr_t>(bytes.back().data())
+                              : static_cast<uintptr_t>(std::strtoll(strWord.c_str(), nullptr, 10));
     }
     std::cout << Call(pfnFunction, values, std::make_index_sequence<std::tuple_size_v<Values>>());
-    for (const std::string* const pstrBytes : written) std::cout << " ." << ToHex(*pstrBytes);
+    for (const std::string& strBytes : bytes) std::cout << " ." << ToHex(strBytes);
     std::cout << std::endl;
     return true;
 }

@@ -5,13 +5,13 @@ import settings_file
 from e2e import ENGLISH, FileCases, zone_text
 from settings_file import Operation, Settings
 from windows_e2e import NO_INSTALL, PLACE, WindowsTest
-from windows_program import IDS, MESSAGE_TEXT, WM_CLOSE
+from windows_program import IDS, MESSAGE_TEXT, SC_RESTORE, WM_CLOSE
 
 START_PREVIOUS = (
     "Start previously running operations?: Would you like to start the previously running "
     "Port-Forwarding-Operations?"
 )
-FOREIGN = "The saved settings file is not of Velmoorstack Software, default settings will be used."
+FOREIGN = "Error: The saved settings file is not of Velmoorstack Software, default settings will be used."
 NOT_RECOGNISED, USAGE = 89, 88
 
 
@@ -31,12 +31,9 @@ class StartUp(FileCases, WindowsTest):
                 self.assertIsNone(program.main)
                 program.press(choice, "IDC_LANGUAGE_ENGLISH")
                 if data:
-                    box = program.dialog(MESSAGE_TEXT)
-                    self.assertTrue(box.text(MESSAGE_TEXT).endswith(FOREIGN))
-                    program.press(box, "OK")
+                    self.answer(FOREIGN, "OK")
                 program.wait_for_main()
-                self.assertEqual(program.main.text(), "Velmoorstack ZELKOR")
-                self.assertEqual(program.list.rows(), [])
+                self.assertEqual((program.main.text(), program.list.rows()), ("Velmoorstack ZELKOR", []))
                 self.assert_enabled()
                 self.assert_saved(Settings([]))
                 program.kill()
@@ -100,7 +97,7 @@ class StartUp(FileCases, WindowsTest):
         settings = Settings([], close_minimises=1, **PLACE)
         program = self.run_program(settings, "-start_minimized")
         program.wait_until(lambda: program.main and program.main.minimised, "the minimised window")
-        self.system("RESTORE", lambda: not program.main.minimised and program.main.place == PLACE["window"])
+        self.system(SC_RESTORE, lambda: not program.main.minimised and program.main.place == PLACE["window"])
         program.main.post(WM_CLOSE)
         program.wait_until(lambda: program.main.minimised, "the minimised window")
         program.main.command(IDS["ID_FILE_EXIT"])

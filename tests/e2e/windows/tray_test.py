@@ -5,7 +5,7 @@ import unittest
 
 from settings_file import Settings
 from windows_e2e import PLACE, WindowsTest
-from windows_program import MENU, TRAY_ICON, VK_ESCAPE, VK_RETURN, VK_UP, windows
+from windows_program import MENU, SC_MINIMIZE, TRAY_ICON, VK_ESCAPE, VK_RETURN, VK_UP, windows
 
 CLICK_AGAIN = 2
 
@@ -34,13 +34,13 @@ class Tray(WindowsTest):
     def test_clicks_open_the_menu_and_bring_the_window_back(self):
         settings = Settings([], tray=1, hide_taskbar_button=1, **PLACE)
         program = self.start(settings)
-        self.system("MINIMIZE", lambda: not program.main.visible)
+        self.system(SC_MINIMIZE, lambda: not program.main.visible)
         self.click_until(3, self.has_menu)
         self.assertFalse(program.main.visible)
         program.main.keys(VK_ESCAPE)
         self.assert_becomes(False, self.has_menu)
         self.click_until(1, lambda: program.main.visible)
-        self.system("MINIMIZE", lambda: not program.main.visible)
+        self.system(SC_MINIMIZE, lambda: not program.main.visible)
         self.click_until(3, self.has_menu)
         program.main.keys(VK_UP, VK_RETURN)  # the last entry
         self.assertEqual(program.exit_code(), 0)

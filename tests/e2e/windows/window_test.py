@@ -5,7 +5,7 @@ import settings_file
 from e2e import ENGLISH, GERMAN, zone_text
 from settings_file import Settings
 from windows_e2e import PLACE, WindowsTest
-from windows_program import IDS
+from windows_program import IDS, SC_MAXIMIZE, SC_MINIMIZE, SC_RESTORE
 
 TRAY_NOTIFY, LEFT_BUTTON_UP = 0x8009, 0x202
 HIDE_IN_TRAY = (
@@ -44,13 +44,13 @@ class MainWindow(WindowsTest):
         settings = Settings([], **{**PLACE, "tray_question_asked": 0})
         program = self.start(settings)
         main = program.main
-        self.system("MINIMIZE", lambda: program.find_dialog())
+        self.system(SC_MINIMIZE, lambda: program.find_dialog())
         self.answer(HIDE_IN_TRAY, "YES")
         self.assert_becomes(False, lambda: main.visible)
         self.do("ID_TRAY_RESTORE")
         self.assert_becomes((True, False, PLACE["window"]), lambda: (main.visible, main.minimised, main.place))
-        self.system("MAXIMIZE", lambda: main.maximised)
-        self.system("MINIMIZE", lambda: not main.visible)  # is not asked again
+        self.system(SC_MAXIMIZE, lambda: main.maximised)
+        self.system(SC_MINIMIZE, lambda: not main.visible)  # is not asked again
         main.send(TRAY_NOTIFY, 0, LEFT_BUTTON_UP)
         self.assert_becomes((True, True), lambda: (main.visible, main.maximised))
         self.assertEqual(program.end(), 0)
@@ -59,7 +59,7 @@ class MainWindow(WindowsTest):
 
         program = self.start()
         self.assertTrue(program.main.maximised)
-        self.system("RESTORE", lambda: program.main.place == PLACE["window"])
+        self.system(SC_RESTORE, lambda: program.main.place == PLACE["window"])
         self.assertEqual(program.end(), 0)
         settings.window_flags = 0
         self.assert_saved(settings)

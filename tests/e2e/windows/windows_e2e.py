@@ -1,5 +1,4 @@
 """The vocabulary of the tests that drive the Windows program through its windows."""
-import windows_program
 from e2e import ProgramTest
 from settings_file import PROTOCOLS
 from windows_program import IDS, MESSAGE_TEXT, NAME, WM_SYSCOMMAND, WindowsProgram
@@ -72,8 +71,8 @@ class WindowsTest(ProgramTest):
 
     def system(self, command, effect):
         """A command of the window's frame. A question may come first."""
-        self.program.main.post(WM_SYSCOMMAND, getattr(windows_program, f"SC_{command}"))
-        self.program.wait_until(effect, command)
+        self.program.main.post(WM_SYSCOMMAND, command)
+        self.program.wait_until(effect, "its effect")
 
     def is_forwarding(self, operation):
         try:
