@@ -30,7 +30,7 @@ def settings_file_seeds():
     yield settings_file.Settings([web, names, stopped], language=1000, log_path="C:\\zelkor.log", tray=True).bytes()
     yield settings_file.Settings([names], version=(1, 1)).bytes()
     whole = settings_file.Settings([names, web]).bytes()
-    odd_size = settings_file.ranges(names.block)
+    odd_size = settings_file.RANGES.to_bytes(names.block)
     yield whole.replace(odd_size, struct.pack("<i", 12) + odd_size[4:])
     for length in (10, 16, 40, 48, 60, 90, 180, 250, 320):
         yield whole[:length]

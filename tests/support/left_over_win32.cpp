@@ -47,14 +47,10 @@ std::vector<HandleEntry> AllHandles() {
 
 }  // namespace
 
-int32_t CountHandles() {
-    return CountHandlesOf(GetCurrentProcessId());
-}
-
 // By the list of all handles: for GetProcessHandleCount Wine gives 0, whatever the process holds.
-int32_t CountHandlesOf(uint32_t dwProcess) {
+int32_t CountHandles() {
     const auto handles = AllHandles();
-    return static_cast<int32_t>(std::ranges::count(handles, dwProcess, &HandleEntry::nProcess));
+    return static_cast<int32_t>(std::ranges::count(handles, GetCurrentProcessId(), &HandleEntry::nProcess));
 }
 
 int32_t HandlesOfTheLibrary() {
