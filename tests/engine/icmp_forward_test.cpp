@@ -8,7 +8,7 @@ TEST_F(EngineTest, AClosedRemotePortReachesTheClientsOwnSocket) {
     if (CSocket().Open(SocketKind::RawIcmp) != 0) GTEST_SKIP() << "raw sockets need a privileged process";
     const uint16_t wClosed = CPeer::Server(SocketKind::Udp).Port();
     for (const bool bBounce : {false, true}) {
-        CPortForwardOp& op = Start(kProtocolUdp, [&](OpSettings& settings) {
+        CPortForwardOp& op = Start(kProtocolUdp, [&](auto& settings) {
             settings.m_wRemotePort = wClosed;
             settings.m_bForwardIcmp = 1;
             settings.m_bBounce = bBounce ? 1 : 0;

@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "engine/icmp_forward.h"
 #include "engine/icmp_packet.h"
-#include "engine/port_forward_op.h"
+#include "engine/icmp_forward.h"
+#include "tests/engine/engine_fixture.h"
 
 namespace {
 

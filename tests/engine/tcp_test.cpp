@@ -2,13 +2,10 @@
 
 #include "tests/engine/engine_fixture.h"
 
-using testing::Each;
-using testing::ElementsAre;
-
 TEST_F(EngineTest, TcpCarriesBytesUnchangedBothWaysAndCountsThem) {
-    CPortForwardOp& op = Start(kProtocolTcp);
+    CPortForwardOp& op = Start(kProtocolTcp);  // ahead of a change of the language
     TextTable texts;
-    texts.SetText(143, "a language change reaches the next event");
+    texts.SetText(143, "changed");
     m_strings.Replace(std::move(texts));
     CPeer client = ClientOf(op);
     CPeer far = m_tcp.Accept();
@@ -23,34 +20,30 @@ TEST_F(EngineTest, TcpCarriesBytesUnchangedBothWaysAndCountsThem) {
     EXPECT_EQ(op.m_dBytesFromServer, 6);
     EXPECT_EQ(op.m_nThreads, 3);
     EXPECT_EQ(m_counters.nThreads, 3);
-    EXPECT_THAT(Log(1),
-                ElementsAre("a language change reaches the next event|TCP|127.0.0.1|" + std::to_string(client.Port())));
+    EXPECT_EQ(Log(1), Lines{"changed|TCP|127.0.0.1|" + std::to_string(client.Port())});
 }
 
 TEST_F(EngineTest, TheEndOfOneDirectionEndsATcpSession) {
     CPortForwardOp& op = Start(kProtocolTcp);
-    for (const bool bClient : {false, true}) {
-        for (const bool bHalf : {false, true}) {
-            for (const std::string strLast : {"", "last words"}) {
-                SCOPED_TRACE((bClient ? "client " : "server ") + strLast + (bHalf ? " half" : ""));
-                CPeer client = ClientOf(op);
-                CPeer far = m_tcp.Accept();
-                EXPECT_THAT(Events(1), ElementsAre(kAccepted));
-                CPeer& first = bClient ? client : far;
-                first.Send(strLast);
-                if (bHalf) {
-                    first.m_hSocket.ShutdownSend();
-                } else {
-                    first.m_hSocket.Close();
-                }
-                EXPECT_EQ((bClient ? far : client).Read(100), strLast);
-                EXPECT_TRUE(!bHalf || first.IsClosedByPeer());
-                ExpectIdle(op);
-                EXPECT_THAT(Events(1), ElementsAre(kEnded));
-            }
-        }
+    for (const auto& [bClient, bHalf, strLast] : {std::tuple<bool, bool, std::string>{true, false, "last words"},
+                                                  {true, true, "last words"},
+                                                  {false, false, "last words"},
+                                                  {false, true, "last words"},
+                                                  {true, false, ""},
+                                                  {false, true, ""}}) {
+        SCOPED_TRACE((bClient ? "client " : "server ") + strLast + (bHalf ? " half" : ""));
+        CPeer client = ClientOf(op);
+        CPeer far = m_tcp.Accept();
+        EXPECT_EQ(Events(1), Lines{"accepted"});
+        CPeer& first = bClient ? client : far;
+        first.Send(strLast);
+        bHalf ? first.m_hSocket.ShutdownSend() : first.m_hSocket.Close();
+        EXPECT_EQ((bClient ? far : client).Read(100), strLast);
+        EXPECT_TRUE(!bHalf || first.IsClosedByPeer());
+        ExpectIdle(op);
+        EXPECT_EQ(Events(1), Lines{"ended"});
     }
-    EXPECT_EQ(op.m_nTotalSessions, 8);
+    EXPECT_EQ(op.m_nTotalSessions, 6);
     EXPECT_EQ(op.m_dBytesFromClient, 20);
     EXPECT_EQ(op.m_dBytesFromServer, 20);
 }
@@ -72,13 +65,13 @@ TEST_F(EngineTest, StopEndsASessionWhoseClientReadsNothing) {
     }));
     ExpectStopped(op);
     flood.join();
-    EXPECT_THAT(Events(), ElementsAre(kAccepted, kEnded));
+    EXPECT_EQ(Events(), (Lines{"accepted", "ended"}));
 }
 
 TEST_F(EngineTest, StopDuringConnectWaitsForItAndLogsNoAcceptance) {
     // A server that accepts nothing leaves connects hanging once its short queue is full.
     CPeer full = CPeer::Server(SocketKind::Tcp, 0, 0);
-    CPortForwardOp& op = Start(kProtocolTcp, [&](OpSettings& settings) { settings.m_wRemotePort = full.Port(); });
+    CPortForwardOp& op = Start(kProtocolTcp, [&](auto& settings) { settings.m_wRemotePort = full.Port(); });
     std::vector<CPeer> clients;
     const auto hangs = [&] {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -92,24 +85,14 @@ TEST_F(EngineTest, StopDuringConnectWaitsForItAndLogsNoAcceptance) {
     } while (!hangs() && clients.size() < 50);
     ASSERT_GT(m_counters.nPendingSetups, 0);
     const size_t nOpen = clients.size() - 1;
-    EXPECT_THAT(Events(nOpen), Each(kAccepted));
+    EXPECT_EQ(Events(nOpen), Lines(nOpen, "accepted"));
     std::thread stop([&op] { op.Stop(); });
-    EXPECT_THAT(Events(nOpen), Each(kEnded));
+    EXPECT_EQ(Events(nOpen), Lines(nOpen, "ended"));
     EXPECT_GT(op.m_nThreads, 0) << "the connect in progress holds the stop up";
     std::vector<CPeer> accepted;
     for (size_t n = 0; n <= nOpen; ++n) accepted.push_back(full.Accept());
     stop.join();
     EXPECT_EQ(op.m_nTotalSessions, static_cast<int32_t>(nOpen + 1));
-    EXPECT_THAT(Events(), ElementsAre(kEnded));
+    EXPECT_EQ(Events(), Lines{"ended"});
     EXPECT_TRUE(clients.back().IsClosedByPeer());
-}
-
-TEST_F(EngineTest, AClosedTcpPortRefusesEachClient) {
-    const uint16_t wClosed = CPeer::Server(SocketKind::Tcp).Port();
-    CPortForwardOp& op = Start(kProtocolTcp, [&](OpSettings& settings) { settings.m_wRemotePort = wClosed; });
-    EXPECT_TRUE(ClientOf(op).IsClosedByPeer());
-    EXPECT_THAT(Events(1), ElementsAre(kNoConnection));
-    ExpectIdle(op);
-    EXPECT_EQ(op.m_nTotalSessions, 0);
-    EXPECT_EQ(op.m_bRunning, 1);
 }
