@@ -13,8 +13,9 @@ class Path : public EngineTest, public testing::WithParamInterface<int32_t> {
     CPeer Visit(CPortForwardOp& op, const Lines& events) {
         CPeer client = ClientOf(op);
         if (IsUdp()) client.Send("x");
-        EXPECT_EQ(Events(events.size()), events);
-        if (events != Lines{"accepted"}) {
+        const Lines seen = Events(events.size());
+        EXPECT_EQ(seen, events);
+        if (seen != Lines{"accepted"}) {
             EXPECT_TRUE(IsUdp() || client.IsClosedByPeer());
         } else if (IsUdp()) {
             EXPECT_EQ(m_udp.Datagram(), "x");
