@@ -1,7 +1,7 @@
 #include "tests/engine/engine_fixture.h"
 
 #include "platform/threads/threads_testing.h"
-#include "tests/support/left_over.h"
+#include "tests/support/process.h"
 
 Endpoint Loopback(uint16_t wPort) {
     return {IpFromNumber(0x7F000001), wPort};

@@ -7,7 +7,7 @@
 
 #include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
-#include "tests/support/left_over.h"
+#include "tests/support/process.h"
 
 namespace {
 

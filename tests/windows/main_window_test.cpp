@@ -5,7 +5,7 @@
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/main_window/main_dlg_slots.h"
-#include "tests/support/left_over.h"
+#include "tests/support/process.h"
 #include "tests/windows/main_window_fixture.h"
 
 using testing::ElementsAre;

@@ -6,7 +6,7 @@
 #include <random>
 
 #include "tests/e2e/windows/e2e_fixture.h"
-#include "tests/support/left_over.h"
+#include "tests/support/process.h"
 
 namespace {
 
