@@ -2,26 +2,25 @@
 import pathlib
 import statistics
 
-BEGIN = "<!-- results: begin -->"
+import bench_rows
+
+BEGIN = "<!-- results: begin -->\n"
 END = "<!-- results: end -->"
-REFERENCE = "zelkor"
 
 
 class Results:
     """The samples and faults of all rounds, by measurement and peer."""
 
     def __init__(self):
-        self.samples = {}
-        self.faults = {}
+        self.samples, self.faults = {}, {}
 
     def add(self, measurement, peer, sample, fault):
-        self.samples.setdefault((measurement.name, peer.name), []).append(sample)
-        if fault:
-            self.faults.setdefault((measurement.name, peer.name), []).append(fault)
+        self.samples.setdefault((measurement, peer), []).append(sample)
+        self.faults.setdefault((measurement, peer), []).extend([fault] if fault else [])
 
     def values(self, row, peer):
         values = []
-        for sample in self.samples.get((row.measurement, peer.name), []):
+        for sample in self.samples.get((row.measurement, peer), []):
             try:
                 values.append(row.value(sample))
             except (KeyError, ZeroDivisionError):
@@ -45,73 +44,56 @@ def cell(values):
 
 def ratio(row, results, peers):
     """zelkor's median to the best one of the others."""
-    medians = {peer.name: statistics.median(values) for peer in peers
-               if peer.name != "direct" and (values := results.values(row, peer))}  # fmt: skip
-    own = medians.pop(REFERENCE, None)
-    if own is None or not medians:
-        return "-"
-    best = (max if row.higher_is_better else min)(medians, key=medians.get)
-    if medians[best] <= 0:
+    medians = {peer: statistics.median(values) for peer in peers if peer != "direct"
+               and (values := results.values(row, peer))}  # fmt: skip
+    own = medians.pop("zelkor", None)
+    best = (max if row.higher_is_better else min)(medians, key=medians.get) if medians else None
+    if own is None or best is None or medians[best] <= 0:
         return "-"
     quotient = own / medians[best]
-    is_ahead = quotient >= 1 if row.higher_is_better else quotient <= 1
+    is_ahead = quotient == 1 or (quotient > 1) == row.higher_is_better
     return f"{quotient:.2f} × {best}, {'ahead' if is_ahead else 'behind'}"
 
 
-def lines_of(results, rows, peers):
-    yield ["", "unit", "better", *(peer.name for peer in peers), "zelkor / best peer"]
-    yield ["---", "---", "---", *("---:" for _ in peers), "---:"]
+def table(results, rows, peers):
+    lines = [["", "unit", "better", *peers, "zelkor / best peer"], ["---"] * 3 + ["---:"] * (len(peers) + 1)]
     for row in rows:
         cells = [cell(results.values(row, peer)) for peer in peers]
-        yield [row.title, row.unit, "more" if row.higher_is_better else "less", *cells, ratio(row, results, peers)]
-
-
-def aligned(lines):
-    lines = list(lines)
-    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
+        lines.append([row.title, row.unit, "more" if row.higher_is_better else "less", *cells, ratio(row, results, peers)])
+    widths = [max(map(len, column)) for column in zip(*lines)]
     for line in lines:
         padded = (text.ljust(width) if column < 3 else text.rjust(width)
                   for column, (text, width) in enumerate(zip(line, widths)))  # fmt: skip
         yield f"| {' | '.join(padded)} |"
 
 
-def remarks(results, measurements, peers, remarks_of):
+def remarks(results, measurements, peers):
     """Why a place is empty, and what was lost on the way to the others; one line for each, in the table's order."""
-    said = []
+    places = {}
     for peer in peers:
         for measurement in measurements:
-            key = (measurement.name, peer.name)
-            faults = results.faults.get(key, [])
-            if faults:
-                rounds = "" if len(faults) == len(results.samples[key]) else f", in {len(faults)} of the rounds"
-                said.append((peer.name, f"{faults[0]}{rounds}", measurement.name))
-            sums = {}
-            for what, count, whole in (each for sample in results.samples.get(key, []) for each in remarks_of(sample)):
-                old = sums.get(what, (0, 0))
-                sums[what] = (old[0] + count, old[1] + whole)
-            said += [(peer.name, f"{count:,.0f} of {whole:,.0f} {what}", measurement.name)
-                     for what, (count, whole) in sums.items()]  # fmt: skip
-    joined = {}
-    for name, text, measurement in said:
-        joined.setdefault((name, text), []).append(measurement)
-    return [f"- {name}, {', '.join(places)}: {text}" for (name, text), places in joined.items()]
+            samples, faults = results.samples.get((measurement, peer), []), results.faults.get((measurement, peer), [])
+            said = [faults[0] + (f", in {len(faults)} of the rounds" if len(faults) < len(samples) else "")] if faults else []
+            for name, (text, whole) in bench_rows.REMARKS.items():
+                if count := sum(sample.get(name, 0) for sample in samples):
+                    said.append(f"{count:,.0f} of {sum(sample[each] for sample in samples for each in whole):,.0f} {text}")
+            for text in said:
+                places.setdefault((peer, text), []).append(measurement)
+    return [f"- {peer}, {', '.join(names)}: {text}" for (peer, text), names in places.items()]
 
 
-def text(results, rows, measurements, peers, remarks_of):
-    lines = list(aligned(lines_of(results, rows, peers)))
-    if notes := remarks(results, measurements, peers, remarks_of):
-        lines += ["", *notes]
-    return "\n".join(lines)
+def text(results, rows, measurements, peers):
+    notes = remarks(results, measurements, peers)
+    return "\n".join([*table(results, rows, peers), *([""] if notes else []), *notes])
 
 
 def around_results(path):
     """The document's text in front of the results and behind them; a new document has none."""
-    path = pathlib.Path(path)
-    old = path.read_text(encoding="utf-8") if path.exists() else f"{BEGIN}\n{END}\n"
-    head, begin, rest = old.partition(BEGIN + "\n")
+    old = path.read_text(encoding="utf-8") if path.exists() else f"{BEGIN}{END}\n"
+    head, begin, rest = old.partition(BEGIN)
     _, end, tail = rest.partition(END)
     if not begin or not end:
-        raise RuntimeError(f"{path} has no lines {BEGIN} and {END} to put the results between")
+        raise RuntimeError(f"{path} has no lines {BEGIN}{END} to put the results between")
     return head + begin, end + tail
 
 
