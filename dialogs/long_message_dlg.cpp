@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "platform/mfc/dialog_font.h"
 #include "platform/mfc/file_dialog.h"
 #include "resources/resource.h"

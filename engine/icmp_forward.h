@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "engine/icmp_packet.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 class CPortForwardOp;
 

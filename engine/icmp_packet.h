@@ -9,7 +9,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 /// The least that is looked at: outer header, ICMP header, quoted header and quoted UDP header.
 inline constexpr size_t kIcmpErrorBytes = 56;

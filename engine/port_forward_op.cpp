@@ -1,7 +1,7 @@
 #include "engine/port_forward_op.h"
 
 #include "engine/counts.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 
 namespace {
 
@@ -22,13 +22,13 @@ bool CPortForwardOp::Start() {
     m_dBytesFromServer = 0;
     m_nTotalSessions = 0;
     m_nStartError = 0;
-    if (m_nProtocol != kProtocolTcp && m_nProtocol != kProtocolUdp) return false;
+    if (!ProtocolText(m_settings.m_nProtocol)) return false;
     m_bListenerStop = 0;
     m_bUdpStop = 0;
     m_bRunning = 1;
     m_bStarting = 1;
     AddThread(*this);
-    if (!AfxBeginThread(m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
+    if (!AfxBeginThread(m_settings.m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
         FailStart(ThreadStartError());
         RemoveThread(*this);
     }
@@ -46,14 +46,15 @@ void CPortForwardOp::FailStart(int32_t nError) {
 
 bool CPortForwardOp::Stop() {
     if (m_bRunning != 0) {
-        if (m_nProtocol == kProtocolUdp) {
+        if (m_settings.m_nProtocol == kProtocolUdp) {
             m_bUdpStop = 1;
             while (m_nActiveSessions > 0) Sleep(kPollMs);
         }
         m_bListenerStop = 1;
         EndListenerWhile([this] { return m_nActiveSessions > 0; });
         // The set-ups of all operations: one that is still in connect may yet open a session here.
-        if (m_nProtocol == kProtocolTcp) EndListenerWhile([this] { return m_pCounters->nPendingSetups > 0; });
+        if (m_settings.m_nProtocol == kProtocolTcp)
+            EndListenerWhile([this] { return m_pCounters->nPendingSetups > 0; });
         EndListenerWhile([this] { return m_nActiveSessions > 0; });
         EndListenerWhile([this] { return m_nThreads > 0; });
         EndListenerWhile([this] { return m_bRunning != 0; });
@@ -89,8 +90,8 @@ void CPortForwardOp::SetListenSocket(std::shared_ptr<CSocket> hListen) {
 uint16_t CPortForwardOp::ListenPort() {
     const auto hListen = ListenSocket();
     Endpoint local;
-    const bool bChosen = m_wLocalPort == 0 && hListen && hListen->LocalEndpoint(&local) == 0;
-    return bChosen ? local.wPort : m_wLocalPort;
+    const bool bChosen = m_settings.m_wLocalPort == 0 && hListen && hListen->LocalEndpoint(&local) == 0;
+    return bChosen ? local.wPort : m_settings.m_wLocalPort;
 }
 
 bool CPortForwardOp::InterruptTcpSessions() {
@@ -120,6 +121,7 @@ void CPortForwardOp::EndLeftThreads() {
 }
 
 bool CPortForwardOp::IsClientAllowed(uint32_t dwIp) const {
-    if (!IsEmptyList(m_allowRanges) && !IsInRanges(m_allowRanges, dwIp)) return false;
-    return !IsInRanges(m_blockRanges, dwIp);
+    const IpRangeList& allowed = m_settings.m_allowRanges;
+    if (!IsEmptyList(allowed) && !IsInRanges(allowed, dwIp)) return false;
+    return !IsInRanges(m_settings.m_blockRanges, dwIp);
 }

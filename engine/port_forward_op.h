@@ -1,6 +1,6 @@
 // One port-forwarding-operation: its settings, its live state and its counters.
 //
-// Calling order: construct, fill in the settings, link (the members under "Links"), then any number of Start and Stop
+// Calling order: construct, give it its settings, link (the members under "Links"), then any number of Start and Stop
 // pairs, then destroy. Start and Stop block and do not run at once on one object. The object does no forwarding itself:
 // Start spawns a listener thread, and that one the threads of the sessions. Settings are written only while the operation
 // is stopped; counters and flags can be read from any thread at any time.
@@ -13,18 +13,14 @@
 #include <string>
 
 #include "engine/engine_counters.h"
-#include "engine/ip_range.h"
+#include "engine/op_settings.h"
 #include "engine/tcp_session.h"
 #include "engine/udp_session.h"
 #include "language/text_table.h"
 #include "log/log_queue.h"
-#include "platform/shared_value.h"
-#include "platform/socket.h"
-#include "platform/thread_annotations.h"
-
-/// Values of m_nProtocol: IP protocol numbers. Every other value is kept but cannot be started.
-inline constexpr int32_t kProtocolTcp = 6;
-inline constexpr int32_t kProtocolUdp = 17;
+#include "platform/net/socket.h"
+#include "platform/threads/shared_value.h"
+#include "platform/threads/thread_annotations.h"
 
 /// Threads of the program that may run at once, set-up threads not counted.
 inline constexpr int32_t kMaxThreads = 1500;
@@ -52,19 +48,7 @@ class CPortForwardOp {
 
     // Settings: written while the operation is stopped, read by its threads
 
-    int32_t m_nProtocol = kProtocolTcp;
-    std::string m_strLocalInterface;  // as the user typed it; the engine reads m_dwLocalIp
-    uint32_t m_dwLocalIp = 0;         // network byte order; 0: all interfaces
-    uint16_t m_wLocalPort = 0;        // host byte order
-    std::string m_strRemoteHost;      // name, dotted quad or blank; resolved anew for every session
-    uint16_t m_wRemotePort = 0;       // host byte order
-    uint8_t m_bBounce = 0;            // connect to the client's own address
-    int32_t m_nMaxSessions = 100;
-    int32_t m_nUdpTimeoutMs = 60000;
-    uint8_t m_bForwardIcmp = 0;
-    uint8_t m_bFiltersEnabled = 0;
-    IpRangeList m_allowRanges;
-    IpRangeList m_blockRanges;
+    OpSettings m_settings;
 
     // Links: set once, before the first Start; what they point at outlives the operation
 

@@ -23,10 +23,11 @@ std::string FormatEvent(const CPortForwardOp& op, SessionEventSlot slot, const E
     const auto pTexts = op.m_pStrings->Snapshot();
     SessionEvent event;
     event.strEvent = pTexts->Text(static_cast<uint32_t>(slot));
-    event.dwLocalIp = op.m_dwLocalIp;
-    event.wLocalPort = op.m_wLocalPort;
-    event.strRemoteHost = op.m_bBounce != 0 ? pTexts->Text(kSlotClientAsHost) : op.m_strRemoteHost;
-    event.wRemotePort = op.m_wRemotePort;
+    event.dwLocalIp = op.m_settings.m_dwLocalIp;
+    event.wLocalPort = op.m_settings.m_wLocalPort;
+    event.strRemoteHost =
+        op.m_settings.m_bBounce != 0 ? pTexts->Text(kSlotClientAsHost) : op.m_settings.m_strRemoteHost;
+    event.wRemotePort = op.m_settings.m_wRemotePort;
     event.client = client;
     event.strProtocol = pszProtocol;
     return FormatLogEntry(*op.m_pLogFormat->Snapshot(), *op.m_pDateFormat->Snapshot(), event);

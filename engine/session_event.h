@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 class CPortForwardOp;
 

@@ -2,12 +2,9 @@
 #pragma once
 
 #include "engine/session_event.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 class CPortForwardOp;
-
-/// Whether each client is connected back to its own address: bounce, or a blank remote host.
-bool IsTargetTheClient(const CPortForwardOp& op);
 
 /// Opens *phSocket and connects it to the operation's remote port, for this client. A name is looked up anew each time.
 /// Blocks. Accepted, or the event that tells which step failed.

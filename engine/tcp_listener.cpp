@@ -6,8 +6,8 @@
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/tcp_session.h"
-#include "platform/socket_end.h"
-#include "platform/threads.h"
+#include "platform/net/socket_end.h"
+#include "platform/threads/threads.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ constexpr char kTcp[] = "TCP";
 int32_t OpenListener(CPortForwardOp& op) try {
     auto hListen = std::make_shared<CSocket>();
     int32_t nError = hListen->Open(SocketKind::Tcp);
-    if (nError == 0) nError = hListen->Bind({op.m_dwLocalIp, op.m_wLocalPort});
+    if (nError == 0) nError = hListen->Bind({op.m_settings.m_dwLocalIp, op.m_settings.m_wLocalPort});
     if (nError == 0) nError = hListen->Listen(kBacklog);
     if (nError == 0) op.SetListenSocket(std::move(hListen));
     return nError;
@@ -29,9 +29,9 @@ int32_t OpenListener(CPortForwardOp& op) try {
 
 // Why the client may not come in, or Accepted. nPendingSetups is the figure that both limits are measured by.
 SessionEventSlot CheckClient(const CPortForwardOp& op, const Endpoint& client, int32_t nPendingSetups) {
-    if (op.m_bFiltersEnabled != 0 && !op.IsClientAllowed(client.dwIp)) return SessionEventSlot::BadIp;
+    if (op.m_settings.m_bFiltersEnabled != 0 && !op.IsClientAllowed(client.dwIp)) return SessionEventSlot::BadIp;
     if (nPendingSetups >= kMaxPendingSetups) return SessionEventSlot::TooManyThreads;
-    if (op.m_nActiveSessions >= op.m_nMaxSessions) return SessionEventSlot::TooManySessions;
+    if (op.m_nActiveSessions >= op.m_settings.m_nMaxSessions) return SessionEventSlot::TooManySessions;
     if (op.m_pCounters->nThreads >= nPendingSetups + kMaxThreads) return SessionEventSlot::TooManyThreads;
     return SessionEventSlot::Accepted;
 }

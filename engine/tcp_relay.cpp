@@ -3,7 +3,7 @@
 #include "engine/counts.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
-#include "platform/socket_end.h"
+#include "platform/net/socket_end.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/session_target.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "engine/session_event.h"
 #include "engine/session_target.h"
 #include "engine/udp_session.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ struct Datagram {
 int32_t OpenSocket(CPortForwardOp& op) try {
     auto hListen = std::make_shared<CSocket>();
     int32_t nError = hListen->Open(SocketKind::Udp);
-    if (nError == 0) nError = hListen->Bind({op.m_dwLocalIp, op.m_wLocalPort});
+    if (nError == 0) nError = hListen->Bind({op.m_settings.m_dwLocalIp, op.m_settings.m_wLocalPort});
     if (nError == 0) op.SetListenSocket(std::move(hListen));
     return nError;
 } catch (const std::bad_alloc&) {
@@ -50,7 +50,7 @@ bool SendThroughSession(CPortForwardOp& op, const Datagram& datagram) {
 }
 
 SessionEventSlot CheckLimits(const CPortForwardOp& op) {
-    if (op.m_nActiveSessions >= op.m_nMaxSessions) return SessionEventSlot::TooManySessions;
+    if (op.m_nActiveSessions >= op.m_settings.m_nMaxSessions) return SessionEventSlot::TooManySessions;
     if (op.m_pCounters->nThreads >= op.m_pCounters->nPendingSetups + kMaxThreads) {
         return SessionEventSlot::TooManyThreads;
     }
@@ -69,7 +69,7 @@ std::unique_ptr<UdpRelayParams> MakeRecord(CPortForwardOp& op, const Endpoint& c
     session.hSocket = std::move(hSocket);
     session.dwClientIp = client.dwIp;
     session.wClientPort = client.wPort;
-    session.nTimeoutMs = op.m_nUdpTimeoutMs;
+    session.nTimeoutMs = op.m_settings.m_nUdpTimeoutMs;
     return pParams;
 } catch (const std::bad_alloc&) {
     return nullptr;
@@ -111,7 +111,7 @@ SessionEventSlot MakeSession(CPortForwardOp& op, const Datagram& datagram) {
 }
 
 void HandleDatagram(CPortForwardOp& op, const Datagram& datagram) {
-    if (op.m_bFiltersEnabled != 0 && !op.IsClientAllowed(datagram.client.dwIp)) {
+    if (op.m_settings.m_bFiltersEnabled != 0 && !op.IsClientAllowed(datagram.client.dwIp)) {
         RaiseSessionEvent(op, SessionEventSlot::BadIp, datagram.client, kUdp);
         return;
     }
@@ -140,7 +140,7 @@ void ReceiveDatagrams(CPortForwardOp& op) {
 void UdpListenerThread(CPortForwardOp* pOp) {
     CIcmpForwarder icmp(pOp);
     int32_t nError = OpenSocket(*pOp);
-    if (nError == 0 && pOp->m_bForwardIcmp != 0) nError = icmp.Start();
+    if (nError == 0 && pOp->m_settings.m_bForwardIcmp != 0) nError = icmp.Start();
     if (nError != 0) {
         pOp->SetListenSocket(nullptr);
         pOp->FailStart(nError);

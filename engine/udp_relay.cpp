@@ -6,8 +6,8 @@
 #include "engine/port_forward_op.h"
 #include "engine/session_event.h"
 #include "engine/udp_session.h"
-#include "platform/socket_end.h"
-#include "platform/threads.h"
+#include "platform/net/socket_end.h"
+#include "platform/threads/threads.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 class CPortForwardOp;
 

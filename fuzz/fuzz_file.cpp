@@ -4,7 +4,7 @@
 #include <random>
 
 #include "fuzz/fuzz_check.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 namespace {
 

@@ -40,10 +40,10 @@ bool IsSumRight(Bytes bytes) {
 // A number for a host: no run asks the resolver.
 void TakeTarget(CFuzzInput& input, CPortForwardOp* pOp) {
     const uint8_t bKind = input.Byte();
-    pOp->m_bBounce = bKind & 1;
-    pOp->m_wRemotePort = input.Word();
+    pOp->m_settings.m_bBounce = bKind & 1;
+    pOp->m_settings.m_wRemotePort = input.Word();
     const uint32_t dwTarget = input.Dword();
-    pOp->m_strRemoteHost = (bKind & 2) != 0 ? " \t" : FormatIpAddress(dwTarget);
+    pOp->m_settings.m_strRemoteHost = (bKind & 2) != 0 ? " \t" : FormatIpAddress(dwTarget);
 }
 
 Sessions TakeSessions(CFuzzInput& input, CPortForwardOp* pOp) {
@@ -69,10 +69,10 @@ bool IsError(Bytes packet) {
 bool IsAbout(Bytes packet, const CPortForwardOp& op, const UdpSession& session) {
     uint32_t dwTarget = session.dwClientIp;
     // The one address that is no host's in a text, so that nothing is about it.
-    const bool bClient = op.m_bBounce != 0 || op.m_strRemoteHost == " \t";
-    if (!bClient && !ParseIpAddress(op.m_strRemoteHost, &dwTarget)) return false;
+    const bool bClient = op.m_settings.m_bBounce != 0 || op.m_settings.m_strRemoteHost == " \t";
+    if (!bClient && !ParseIpAddress(op.m_settings.m_strRemoteHost, &dwTarget)) return false;
     return AddressAt(packet, 44) == dwTarget && WordAt(packet, 48) == session.wLocalPort &&
-           WordAt(packet, 50) == op.m_wRemotePort;
+           WordAt(packet, 50) == op.m_settings.m_wRemotePort;
 }
 
 void CheckMessage(Bytes packet, Bytes message, const Endpoint& client, const Endpoint& listener) {

@@ -10,8 +10,8 @@
 #include "language/language_store.h"
 #include "language/zones.h"
 #include "log/log_format.h"
-#include "platform/code_page.h"
-#include "platform/message_box.h"
+#include "platform/system/code_page.h"
+#include "platform/system/message_box.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize);
 

@@ -5,7 +5,7 @@
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_file.h"
 #include "fuzz/settings_model.h"
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 #include "store/settings_file.h"
 #include "store/settings_image.h"

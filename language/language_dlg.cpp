@@ -8,7 +8,7 @@
 #include "language/zones.h"
 #include "platform/mfc/dialog_font.h"
 #include "platform/mfc/file_dialog.h"
-#include "platform/web_page.h"
+#include "platform/system/web_page.h"
 #include "resources/resource.h"
 #include "resources/web_pages.h"
 #include "shell/app_settings.h"

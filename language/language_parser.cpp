@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/code_page.h"
+#include "platform/system/code_page.h"
 
 namespace {
 

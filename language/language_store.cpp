@@ -7,10 +7,10 @@
 
 #include "language/language_parser.h"
 #include "language/zones.h"
-#include "platform/code_page.h"
-#include "platform/files.h"
-#include "platform/message_box.h"
-#include "platform/resources.h"
+#include "platform/files/files.h"
+#include "platform/system/code_page.h"
+#include "platform/system/language_table.h"
+#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 
 namespace {

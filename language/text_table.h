@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/shared_value.h"
+#include "platform/threads/shared_value.h"
 
 /// Slots of a language and of the general table.
 inline constexpr uint32_t kSlotCount = 1024;

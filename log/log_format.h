@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/clock.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
+#include "platform/system/clock.h"
 
 /// Lines are cut at this many bytes, more than any text of a settings file has. Values are put into values, so that a
 /// few hostile texts would otherwise fill the memory.

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/thread_annotations.h"
+#include "platform/threads/thread_annotations.h"
 
 struct LogEntry {
     std::string strText;  // ANSI code page, without a line end

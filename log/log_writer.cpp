@@ -3,8 +3,8 @@
 #include <new>
 #include <string>
 
-#include "platform/files.h"
-#include "platform/threads.h"
+#include "platform/files/files.h"
+#include "platform/threads/threads.h"
 #include "shell/app_settings.h"
 
 namespace {

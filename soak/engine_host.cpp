@@ -20,7 +20,7 @@
 
 #include "language/language_store.h"
 #include "log/log_writer.h"
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "shell/app_settings.h"
 #include "shell/link_operation.h"
 #include "store/settings_image.h"
@@ -81,20 +81,21 @@ std::string CEngineHost::Start(const Words& words) {
         pOp = std::make_unique<CPortForwardOp>();
         LinkOperation(pOp.get(), m_settings, &m_counters, &m_logQueue);
     }
-    pOp->m_nProtocol = Number(words.at(2));
-    if (!ParseIpAddress(words.at(3), &pOp->m_dwLocalIp)) return "no address";
-    pOp->m_wLocalPort = static_cast<uint16_t>(Number(words.at(4)));
-    pOp->m_strRemoteHost = words.at(5);
-    pOp->m_wRemotePort = static_cast<uint16_t>(Number(words.at(6)));
-    pOp->m_bBounce = static_cast<uint8_t>(Number(words.at(7)));
-    pOp->m_nMaxSessions = Number(words.at(8));
-    pOp->m_nUdpTimeoutMs = Number(words.at(9));
-    pOp->m_bFiltersEnabled = static_cast<uint8_t>(Number(words.at(10)));
+    OpSettings& settings = pOp->m_settings;
+    settings.m_nProtocol = Number(words.at(2));
+    if (!ParseIpAddress(words.at(3), &settings.m_dwLocalIp)) return "no address";
+    settings.m_wLocalPort = static_cast<uint16_t>(Number(words.at(4)));
+    settings.m_strRemoteHost = words.at(5);
+    settings.m_wRemotePort = static_cast<uint16_t>(Number(words.at(6)));
+    settings.m_bBounce = static_cast<uint8_t>(Number(words.at(7)));
+    settings.m_nMaxSessions = Number(words.at(8));
+    settings.m_nUdpTimeoutMs = Number(words.at(9));
+    settings.m_bFiltersEnabled = static_cast<uint8_t>(Number(words.at(10)));
     // Lists that let the load in, whatever their length.
-    pOp->m_allowRanges.assign(static_cast<size_t>(Number(words.at(11))),
-                              {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
-    pOp->m_blockRanges.assign(static_cast<size_t>(Number(words.at(12))),
-                              {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
+    settings.m_allowRanges.assign(static_cast<size_t>(Number(words.at(11))),
+                                  {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
+    settings.m_blockRanges.assign(static_cast<size_t>(Number(words.at(12))),
+                                  {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
     return pOp->Start() ? "0" : std::to_string(pOp->m_nStartError);
 }
 

@@ -4,8 +4,8 @@
 #include <new>
 
 #include "language/language_choice.h"
-#include "platform/files.h"
-#include "platform/message_box.h"
+#include "platform/files/files.h"
+#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 #include "store/byte_reader.h"
 #include "store/file_text.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 class CDialog;
 

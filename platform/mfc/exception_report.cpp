@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 void ReportCaughtException(const char* pszWhere) noexcept {
     char szLine[512];  // no allocation here: the exception may be about memory

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 #include <commdlg.h>
 

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "platform/mfc/wnd.h"
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 #include <commctrl.h>
 

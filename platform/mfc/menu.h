@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 class CMenu {
   public:

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 struct TrayIcon {
     HWND hWnd = nullptr;    // gets the mouse messages

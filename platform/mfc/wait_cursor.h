@@ -1,7 +1,7 @@
 // The hourglass while the thread of the windows is busy: from construction to destruction.
 #pragma once
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 class CWaitCursor {
   public:

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "platform/mfc/dialog.h"
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 #include <commctrl.h>
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 class CMenu;
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/port_forward_op.h"
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 #include "tests/support/wait.h"
 
 /// 127.0.0.1 with this port (host byte order).

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "language/language_store.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "tests/support/failing_new.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 
 /// UTF-16 little-endian bytes.

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/files.h"
-#include "platform/resources.h"
+#include "platform/files/files.h"
+#include "platform/system/language_table.h"
 #include "tests/language/language_fixture.h"
 #include "tests/support/failing_new.h"
 

@@ -3,7 +3,7 @@
 
 #include "language/language_parser.h"
 #include "language/language_store.h"
-#include "platform/code_page.h"
+#include "platform/system/code_page.h"
 #include "tests/language/language_fixture.h"
 #include "tests/support/failing_new.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "platform/resources.h"
+#include "platform/system/language_table.h"
 
 namespace {
 

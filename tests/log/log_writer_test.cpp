@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "shell/app_settings.h"
 #include "tests/support/wait.h"
 

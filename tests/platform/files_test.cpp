@@ -1,4 +1,4 @@
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 #include <gmock/gmock.h>
 
@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_handle.h"
-#include "platform/files_system.h"
+#include "platform/files/file_handle.h"
+#include "platform/files/files_system.h"
 
 namespace {
 

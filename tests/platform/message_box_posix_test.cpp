@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/shared_value.h"
+#include "platform/threads/shared_value.h"
 
 #include <gtest/gtest.h>
 

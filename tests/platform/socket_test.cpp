@@ -1,4 +1,4 @@
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/socket_end.h"
+#include "platform/net/socket_end.h"
 #include "tests/support/left_over.h"
 #include "tests/support/wait.h"
 

@@ -1,4 +1,4 @@
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 
 #include <gtest/gtest.h>
 

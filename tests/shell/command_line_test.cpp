@@ -1,5 +1,5 @@
 // Options on the command line.
-#include "shell/command_line.h"
+#include "shell/app/command_line.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // The order of operations by the columns of the list.
-#include "shell/operation_sort.h"
+#include "shell/main_window/operation_sort.h"
 
 #include <gmock/gmock.h>
 
@@ -25,12 +25,12 @@ class OperationSortTest : public testing::Test {
 
 TEST_F(OperationSortTest, NumbersPutTheSmallerOneBehindWithASignOfOne) {
     m_second.m_bRunning = 1;
-    m_second.m_nProtocol = kProtocolUdp;
-    m_first.m_nProtocol = -1;
-    m_second.m_wLocalPort = 50000;
-    m_first.m_wLocalPort = 1;
-    m_first.m_wRemotePort = 80;
-    m_second.m_wRemotePort = 40000;
+    m_second.m_settings.m_nProtocol = kProtocolUdp;
+    m_first.m_settings.m_nProtocol = -1;
+    m_second.m_settings.m_wLocalPort = 50000;
+    m_first.m_settings.m_wLocalPort = 1;
+    m_first.m_settings.m_wRemotePort = 80;
+    m_second.m_settings.m_wRemotePort = 40000;
     for (const int nColumn : {COLUMN_STATUS, COLUMN_PROTOCOL, COLUMN_LOCAL_PORT, COLUMN_REMOTE_PORT}) {
         EXPECT_EQ(Order(nColumn), 1) << nColumn;
     }
@@ -39,25 +39,25 @@ TEST_F(OperationSortTest, NumbersPutTheSmallerOneBehindWithASignOfOne) {
 }
 
 TEST_F(OperationSortTest, AddressesCompareByTheirFirstByteFirst) {
-    ASSERT_TRUE(ParseIpAddress("9.200.200.200", &m_first.m_dwLocalIp));
-    ASSERT_TRUE(ParseIpAddress("200.1.1.1", &m_second.m_dwLocalIp));
+    ASSERT_TRUE(ParseIpAddress("9.200.200.200", &m_first.m_settings.m_dwLocalIp));
+    ASSERT_TRUE(ParseIpAddress("200.1.1.1", &m_second.m_settings.m_dwLocalIp));
     EXPECT_EQ(Order(COLUMN_LOCAL_IP), 1);
 }
 
 TEST_F(OperationSortTest, HostsRunTheOtherWayRoundAndCapitalsDoNotCount) {
-    m_first.m_strRemoteHost = "Alpha";
-    m_second.m_strRemoteHost = "beta";
+    m_first.m_settings.m_strRemoteHost = "Alpha";
+    m_second.m_settings.m_strRemoteHost = "beta";
     EXPECT_EQ(Order(COLUMN_REMOTE_HOST), -1);
-    m_first.m_strRemoteHost = "BETA";
+    m_first.m_settings.m_strRemoteHost = "BETA";
     EXPECT_EQ(Order(COLUMN_REMOTE_HOST), 0);
-    m_first.m_strRemoteHost = "beta.";
+    m_first.m_settings.m_strRemoteHost = "beta.";
     EXPECT_EQ(Order(COLUMN_REMOTE_HOST), 1) << "a longer name comes behind its beginning";
-    m_first.m_strRemoteHost = "bet\xE9";
+    m_first.m_settings.m_strRemoteHost = "bet\xE9";
     EXPECT_EQ(Order(COLUMN_REMOTE_HOST), 1) << "bytes are unsigned";
 }
 
 TEST_F(OperationSortTest, NothingIsBesideEverything) {
-    m_first.m_wLocalPort = 5;
+    m_first.m_settings.m_wLocalPort = 5;
     EXPECT_EQ(CompareOperations(nullptr, &m_first, COLUMN_LOCAL_PORT, 1), 0);
     EXPECT_EQ(CompareOperations(&m_first, nullptr, COLUMN_LOCAL_PORT, 1), 0);
     EXPECT_EQ(Order(6), 0);

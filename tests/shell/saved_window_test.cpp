@@ -1,8 +1,8 @@
 // What becomes of saved column and window values, which can be any numbers.
 #include <gmock/gmock.h>
 
-#include "shell/column_layout.h"
-#include "shell/window_place.h"
+#include "shell/main_window/column_layout.h"
+#include "shell/main_window/window_place.h"
 
 using testing::ElementsAre;
 

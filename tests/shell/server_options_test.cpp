@@ -1,13 +1,12 @@
 // The command line of the program without a window.
-#include "shell/server_options.h"
+#include "shell/server/server_options.h"
 
 #include <gmock/gmock.h>
 
 #include <sstream>
 #include <vector>
 
-#include "engine/host_text.h"
-#include "engine/port_forward_op.h"
+#include "platform/net/socket.h"
 
 namespace {
 
@@ -35,36 +34,36 @@ TEST(ServerOptions, OneWordIsACommandOrAFile) {
 TEST(ServerOptions, AnOperationHasDefaults) {
     const ServerOptions options = Parse("tcp 10.1.2.3:8080 there.example:80");
     EXPECT_EQ(options.action, ServerAction::RunOperation);
-    EXPECT_EQ(options.nProtocol, kProtocolTcp);
-    EXPECT_EQ(FormatIpAddress(options.local.dwIp), "10.1.2.3");
-    EXPECT_EQ(options.local.wPort, 8080);
-    EXPECT_EQ(options.strRemoteHost, "there.example");
-    EXPECT_EQ(options.wRemotePort, 80);
+    EXPECT_EQ(options.operation.m_nProtocol, kProtocolTcp);
+    EXPECT_EQ(FormatIpAddress(options.operation.m_dwLocalIp), "10.1.2.3");
+    EXPECT_EQ(options.operation.m_wLocalPort, 8080);
+    EXPECT_EQ(options.operation.m_strRemoteHost, "there.example");
+    EXPECT_EQ(options.operation.m_wRemotePort, 80);
     EXPECT_EQ(options.strLogFile, "");
-    EXPECT_EQ(options.nMaxSessions, 100);
-    EXPECT_EQ(options.nUdpTimeoutMs, 60000);
+    EXPECT_EQ(options.operation.m_nMaxSessions, 100);
+    EXPECT_EQ(options.operation.m_nUdpTimeoutMs, 60000);
 }
 
 TEST(ServerOptions, OptionsComeInAnyOrderAndTheLastOneCounts) {
     const ServerOptions options =
         Parse("--timeout 1000 --log a.log --max 2147483647 --log b.log udp 127.0.0.1:65535 localhost:1");
     EXPECT_EQ(options.action, ServerAction::RunOperation);
-    EXPECT_EQ(options.nProtocol, kProtocolUdp);
-    EXPECT_EQ(options.local.wPort, 65535);
-    EXPECT_EQ(options.wRemotePort, 1);
+    EXPECT_EQ(options.operation.m_nProtocol, kProtocolUdp);
+    EXPECT_EQ(options.operation.m_wLocalPort, 65535);
+    EXPECT_EQ(options.operation.m_wRemotePort, 1);
     EXPECT_EQ(options.strLogFile, "b.log");
-    EXPECT_EQ(options.nMaxSessions, 2147483647);
-    EXPECT_EQ(options.nUdpTimeoutMs, 1000);
+    EXPECT_EQ(options.operation.m_nMaxSessions, 2147483647);
+    EXPECT_EQ(options.operation.m_nUdpTimeoutMs, 1000);
 }
 
 TEST(ServerOptions, AddressesMayBeLeftOut) {
     for (const std::string strLocal : {":8080", "*:8080", "0.0.0.0:8080"}) {
         const ServerOptions options = Parse("udp " + strLocal + " :53");
         EXPECT_EQ(options.action, ServerAction::RunOperation) << strLocal;
-        EXPECT_EQ(options.local.dwIp, 0u);
-        EXPECT_EQ(options.local.wPort, 8080);
-        EXPECT_EQ(options.strRemoteHost, "");
-        EXPECT_EQ(options.wRemotePort, 53);
+        EXPECT_EQ(options.operation.m_dwLocalIp, 0u);
+        EXPECT_EQ(options.operation.m_wLocalPort, 8080);
+        EXPECT_EQ(options.operation.m_strRemoteHost, "");
+        EXPECT_EQ(options.operation.m_wRemotePort, 53);
     }
 }
 

@@ -5,8 +5,8 @@
 #include <limits>
 #include <vector>
 
-#include "shell/number_format.h"
-#include "shell/rate_average.h"
+#include "shell/main_window/number_format.h"
+#include "shell/main_window/rate_average.h"
 
 using testing::Optional;
 

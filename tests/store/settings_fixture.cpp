@@ -1,7 +1,7 @@
 #include "tests/store/settings_fixture.h"
 
 #include "language/language_choice.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 
 int g_nLanguageChoices = 0;
 

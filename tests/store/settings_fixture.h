@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/message_box.h"
+#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
 #include "store/settings_file.h"
 #include "tests/support/wait.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 #include "tests/support/left_over.h"
 
 #include <tlhelp32.h>

@@ -1,7 +1,7 @@
 // The main of every test program.
 #include <gmock/gmock.h>
 
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 #include "tests/support/process_end.h"
 
 int main(int argc, char** argv) {

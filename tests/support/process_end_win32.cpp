@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 #include "tests/support/process_end.h"
 
 namespace {

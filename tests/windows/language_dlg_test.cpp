@@ -9,7 +9,7 @@
 #include "language/language_choice.h"
 #include "language/language_store.h"
 #include "language/zones.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "tests/support/wait.h"

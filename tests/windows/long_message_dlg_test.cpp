@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "language/language_store.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
 #include "tests/windows/window_script.h"

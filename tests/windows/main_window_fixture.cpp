@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "language/language_store.h"
-#include "platform/files.h"
+#include "platform/files/files.h"
 #include "resources/resource.h"
 #include "store/settings_file.h"
 
@@ -45,12 +45,12 @@ MainWindowTest::~MainWindowTest() {
 CPortForwardOp* MainWindowTest::Add(int32_t nProtocol, uint16_t wLocalPort, const std::string& strRemoteHost,
                                     bool bRunning) {
     auto pOperation = std::make_unique<CPortForwardOp>();
-    pOperation->m_nProtocol = nProtocol;
-    pOperation->m_wLocalPort = wLocalPort != 0 ? wLocalPort : FreePort(nProtocol);
-    EXPECT_TRUE(ParseIpAddress("127.0.0.1", &pOperation->m_dwLocalIp));
-    pOperation->m_strLocalInterface = "127.0.0.1";
-    pOperation->m_strRemoteHost = strRemoteHost;
-    pOperation->m_wRemotePort = 9;
+    pOperation->m_settings.m_nProtocol = nProtocol;
+    pOperation->m_settings.m_wLocalPort = wLocalPort != 0 ? wLocalPort : FreePort(nProtocol);
+    EXPECT_TRUE(ParseIpAddress("127.0.0.1", &pOperation->m_settings.m_dwLocalIp));
+    pOperation->m_settings.m_strLocalInterface = "127.0.0.1";
+    pOperation->m_settings.m_strRemoteHost = strRemoteHost;
+    pOperation->m_settings.m_wRemotePort = 9;
     pOperation->m_bRunning = bRunning;
     CPortForwardOp** ppLink = &m_settings.firstOp;
     while (*ppLink) ppLink = &(*ppLink)->m_pNext;

@@ -13,7 +13,7 @@
 
 #include "platform/mfc/list_ctrl.h"
 #include "shell/app_settings.h"
-#include "shell/main_dlg.h"
+#include "shell/main_window/main_dlg.h"
 #include "tests/windows/window_script.h"
 
 class MainWindowTest : public testing::Test {

@@ -3,11 +3,11 @@
 
 #include <array>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
-#include "shell/main_dlg_slots.h"
-#include "shell/window_place.h"
+#include "shell/main_window/main_dlg_slots.h"
+#include "shell/main_window/window_place.h"
 #include "tests/windows/main_window_fixture.h"
 
 using testing::ElementsAre;
@@ -19,7 +19,7 @@ using MainWindowStartTest = MainWindowTest;
 TEST_F(MainWindowStartTest, ShowsTheOperationsUpsideDownAndSavesThemInTheirOrder) {
     Add(kProtocolTcp, 80, "example.test");
     Add(kProtocolUdp, 53, " \t");
-    Add(kProtocolTcp, 443, "hidden.test")->m_bBounce = 1;
+    Add(kProtocolTcp, 443, "hidden.test")->m_settings.m_bBounce = 1;
     m_settings.columnOrder = {5, 4, 3, 2, 1, 0};
     Run([&](const CWnd& window) {
         EXPECT_THAT(Row(window, 2), ElementsAre("Stopped", "TCP", "127.0.0.1", "80", "example.test", "9"));
@@ -34,9 +34,9 @@ TEST_F(MainWindowStartTest, ShowsTheOperationsUpsideDownAndSavesThemInTheirOrder
         window.SendMessage(WM_SAVE_SETTINGS);
         const auto pFile = ReadFile();
         ASSERT_EQ(pFile->opCount, 3);
-        EXPECT_EQ(pFile->firstOp->m_wLocalPort, 80);
-        EXPECT_EQ(pFile->firstOp->m_pNext->m_wLocalPort, 53);
-        EXPECT_EQ(pFile->firstOp->m_pNext->m_pNext->m_wLocalPort, 443);
+        EXPECT_EQ(pFile->firstOp->m_settings.m_wLocalPort, 80);
+        EXPECT_EQ(pFile->firstOp->m_pNext->m_settings.m_wLocalPort, 53);
+        EXPECT_EQ(pFile->firstOp->m_pNext->m_pNext->m_settings.m_wLocalPort, 443);
         EXPECT_THAT(pFile->columnOrder, ElementsAre(5, 4, 3, 2, 1, 0));
         EXPECT_THAT(pFile->columnWidths, ElementsAre(77, 60, 105, 93, 222, 93));
     });

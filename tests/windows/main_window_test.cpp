@@ -1,10 +1,10 @@
 // The commands of the main window on real operations.
 #include <gmock/gmock.h>
 
-#include "platform/threads.h"
+#include "platform/threads/threads.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
-#include "shell/main_dlg_slots.h"
+#include "shell/main_window/main_dlg_slots.h"
 #include "tests/support/left_over.h"
 #include "tests/windows/main_window_fixture.h"
 
@@ -46,7 +46,7 @@ TEST_F(MainWindowCommandTest, AColumnClickSortsAndTheNextOneReverses) {
         ClickColumn(window, 3);
         EXPECT_EQ(ports(), "4001 4002 4003 ");
         window.SendMessage(WM_SAVE_SETTINGS);
-        EXPECT_EQ(ReadFile()->firstOp->m_wLocalPort, 4003) << "the bottom row is first in the file";
+        EXPECT_EQ(ReadFile()->firstOp->m_settings.m_wLocalPort, 4003) << "the bottom row is first in the file";
     });
 }
 
@@ -59,7 +59,7 @@ TEST_F(MainWindowCommandTest, StartAndStopOfTheSelectedRow) {
         Command(window, ID_PFO_START);
         EXPECT_EQ(Status(window, pOperation), "Started");
         EXPECT_EQ(Buttons(window), "ED-T");
-        EXPECT_TRUE(CanConnect(pOperation->m_wLocalPort));
+        EXPECT_TRUE(CanConnect(pOperation->m_settings.m_wLocalPort));
         EXPECT_EQ(ReadFile()->runningOpCount, 1);
         Await([&] { return window.GetDlgItemText(IDC_MAIN_PFO_THREADS) == "1"; }, "the status of the operation");
         Command(window, ID_PFO_START);
@@ -75,13 +75,13 @@ TEST_F(MainWindowCommandTest, StartAndStopOfTheSelectedRow) {
         EXPECT_EQ(Status(window, pOperation), "Stopping");
         AwaitStatus(window, pOperation, "Stopped");
         EXPECT_EQ(Buttons(window), "EDS-");
-        EXPECT_FALSE(CanConnect(pOperation->m_wLocalPort));
+        EXPECT_FALSE(CanConnect(pOperation->m_settings.m_wLocalPort));
     });
 }
 
 TEST_F(MainWindowCommandTest, StartThatFailsShowsInTheRow) {
     CPortForwardOp* const pFirst = Add(kProtocolTcp, 0, "127.0.0.1");
-    CPortForwardOp* const pSecond = Add(kProtocolTcp, pFirst->m_wLocalPort, "127.0.0.1");
+    CPortForwardOp* const pSecond = Add(kProtocolTcp, pFirst->m_settings.m_wLocalPort, "127.0.0.1");
     Run([&](const CWnd& window) {
         Command(window, ID_PFO_START_ALL);
         EXPECT_EQ(Status(window, pFirst), "Started") << "the bottom row comes first";
@@ -148,14 +148,15 @@ TEST_F(MainWindowCommandTest, EditOfARunningRowStopsAppliesAndStartsAgain) {
         Select(window, 1);
         Command(window, ID_PFO_EDIT);
         EXPECT_EQ(Status(window, pOperation), "Stopping");
-        EXPECT_EQ(pOperation->m_wRemotePort, 9) << "the live operation keeps its settings until it has stopped";
+        EXPECT_EQ(pOperation->m_settings.m_wRemotePort, 9)
+            << "the live operation keeps its settings until it has stopped";
         // The row moves while the worker is at it.
         for (int i = 0; i < 6; ++i) ClickColumn(window, i);
         AwaitStatus(window, pOperation, "Started");
-        EXPECT_EQ(pOperation->m_wRemotePort, 7777);
+        EXPECT_EQ(pOperation->m_settings.m_wRemotePort, 7777);
         const int nRow = List(window).FindItemByData(reinterpret_cast<LPARAM>(pOperation));
         EXPECT_EQ(Row(window, nRow).back(), "7777");
-        EXPECT_TRUE(CanConnect(pOperation->m_wLocalPort));
+        EXPECT_TRUE(CanConnect(pOperation->m_settings.m_wLocalPort));
         EXPECT_EQ(Status(window, pOther), "Started");
     });
 }
@@ -195,7 +196,7 @@ TEST_F(MainWindowCommandTest, WorkerThatCannotBeStartedLeavesTheOperationAsItWas
         FailThreadStartsAfter(-1);
         EXPECT_EQ(Status(window, pOperation), "Started");
         EXPECT_EQ(Buttons(window), "ED-T");
-        EXPECT_TRUE(CanConnect(pOperation->m_wLocalPort));
+        EXPECT_TRUE(CanConnect(pOperation->m_settings.m_wLocalPort));
         Command(window, ID_PFO_STOP);
         AwaitStatus(window, pOperation, "Stopped");
     });

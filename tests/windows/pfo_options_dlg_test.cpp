@@ -6,8 +6,8 @@
 #include <string>
 
 #include "language/language_store.h"
-#include "platform/interfaces.h"
-#include "platform/socket.h"
+#include "platform/net/interfaces.h"
+#include "platform/net/socket.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
@@ -24,21 +24,21 @@ class PfoOptionsDlgTest : public testing::Test {
   protected:
     PfoOptionsDlgTest() {
         ApplyLanguage(&m_settings);
-        m_operation.m_wLocalPort = 5353;
-        m_operation.m_wRemotePort = 40000;
-        m_operation.m_strLocalInterface = "localhost";
-        m_operation.m_strRemoteHost = "10.1.2.3";
-        m_operation.m_nProtocol = kProtocolUdp;
-        m_operation.m_nMaxSessions = 12;
-        m_operation.m_nUdpTimeoutMs = 5000;
-        m_operation.m_bForwardIcmp = 1;
-        m_operation.m_bFiltersEnabled = 1;
-        m_operation.m_allowRanges = {{1, 2}, {3, 4}};
-        m_operation.m_blockRanges = {{5, 6}};
+        m_operation.m_settings.m_wLocalPort = 5353;
+        m_operation.m_settings.m_wRemotePort = 40000;
+        m_operation.m_settings.m_strLocalInterface = "localhost";
+        m_operation.m_settings.m_strRemoteHost = "10.1.2.3";
+        m_operation.m_settings.m_nProtocol = kProtocolUdp;
+        m_operation.m_settings.m_nMaxSessions = 12;
+        m_operation.m_settings.m_nUdpTimeoutMs = 5000;
+        m_operation.m_settings.m_bForwardIcmp = 1;
+        m_operation.m_settings.m_bFiltersEnabled = 1;
+        m_operation.m_settings.m_allowRanges = {{1, 2}, {3, 4}};
+        m_operation.m_settings.m_blockRanges = {{5, 6}};
     }
 
-    INT_PTR RunNew() { return CPfoOptionsDlg(&m_settings, true, &m_new, nullptr).DoModal(); }
-    INT_PTR RunEdit() { return CPfoOptionsDlg(&m_settings, false, &m_operation, &m_edited).DoModal(); }
+    INT_PTR RunNew() { return CPfoOptionsDlg(&m_settings, nullptr, &m_new).DoModal(); }
+    INT_PTR RunEdit() { return CPfoOptionsDlg(&m_settings, &m_operation, &m_edited).DoModal(); }
     std::string Text(uint32_t nSlot) const { return m_settings.slotTable.Text(nSlot); }
 
     /// Fills a new operation's dialog with what does.
@@ -81,9 +81,9 @@ class PfoOptionsDlgTest : public testing::Test {
     }
 
     AppSettings m_settings;
-    CPortForwardOp m_new;
+    OpSettings m_new;
     CPortForwardOp m_operation;
-    CPortForwardOp m_edited;
+    OpSettings m_edited;
 };
 
 TEST_F(PfoOptionsDlgTest, RefusesOneFieldAfterTheOther) {
@@ -105,7 +105,7 @@ TEST_F(PfoOptionsDlgTest, RefusesOneFieldAfterTheOther) {
     Refusal(&script, kSystemError, "Can not resolve NULL host name.", IDC_PFO_REMOTE_HOST, "localhost");
     script.In(kTitle, [this](const CWnd& dialog) {
         EXPECT_EQ(m_new.m_wLocalPort, 0);
-        EXPECT_EQ(m_settings.lastLocalPort, 0);
+        EXPECT_EQ(m_settings.lastOptions.m_wLocalPort, 0);
         Press(dialog, IDOK);
     });
     EXPECT_EQ(RunNew(), IDOK);
@@ -132,9 +132,9 @@ TEST_F(PfoOptionsDlgTest, NewOperationStartsFromTheLastValuesWithoutFilters) {
     EXPECT_EQ(m_new.m_strLocalInterface, "localhost");
     EXPECT_EQ(m_new.m_bBounce, 1);
     EXPECT_EQ(m_new.m_nUdpTimeoutMs, 0);
-    EXPECT_EQ(FieldsOf(m_new), LastUsedFields(m_settings));
+    EXPECT_EQ(m_new, LastUsedSettings(m_settings));
 
-    CPortForwardOp second;
+    OpSettings second;
     second.m_allowRanges = {{1, 2}};
     second.m_bFiltersEnabled = 1;
     CWindowScript again;
@@ -144,14 +144,12 @@ TEST_F(PfoOptionsDlgTest, NewOperationStartsFromTheLastValuesWithoutFilters) {
         EXPECT_FALSE(dialog.GetDlgItem(IDC_PFO_REMOTE_HOST).IsWindowEnabled());
         Press(dialog, IDOK);
     });
-    EXPECT_EQ(CPfoOptionsDlg(&m_settings, true, &second, nullptr).DoModal(), IDOK);
-    EXPECT_EQ(FieldsOf(second), FieldsOf(m_new));
-    EXPECT_TRUE(second.m_allowRanges.empty());
-    EXPECT_EQ(second.m_bFiltersEnabled, 0);
+    EXPECT_EQ(CPfoOptionsDlg(&m_settings, nullptr, &second).DoModal(), IDOK);
+    EXPECT_EQ(second, m_new);
 }
 
 TEST_F(PfoOptionsDlgTest, EditGoesIntoTheCopyAndKeepsFiltersAndHiddenFlag) {
-    const PfoFields before = FieldsOf(m_operation);
+    const OpSettings before = m_operation.m_settings;
     CWindowScript script;
     script.In(kTitle, [](const CWnd& dialog) {
         EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_LOCAL_INTERFACE), "localhost");
@@ -161,14 +159,12 @@ TEST_F(PfoOptionsDlgTest, EditGoesIntoTheCopyAndKeepsFiltersAndHiddenFlag) {
         Press(dialog, IDOK);
     });
     EXPECT_EQ(RunEdit(), IDOK);
-    EXPECT_EQ(FieldsOf(m_operation), before);
-    PfoFields after = before;
-    after.nLocalPort = 5354;
-    EXPECT_EQ(FieldsOf(m_edited), after);
-    EXPECT_EQ(LastUsedFields(m_settings), after);
-    EXPECT_EQ(m_edited.m_allowRanges, m_operation.m_allowRanges);
-    EXPECT_EQ(m_edited.m_blockRanges, m_operation.m_blockRanges);
-    EXPECT_EQ(m_edited.m_bFiltersEnabled, 1);
+    EXPECT_EQ(m_operation.m_settings, before);
+    OpSettings after = before;
+    after.m_wLocalPort = 5354;
+    after.m_dwLocalIp = IpFromNumber(0x7F000001);
+    EXPECT_EQ(m_edited, after);
+    EXPECT_EQ(m_settings.lastOptions.m_wLocalPort, 5354);
 }
 
 TEST_F(PfoOptionsDlgTest, OpenSessionsAreClosedOnlyAfterYes) {
@@ -179,17 +175,17 @@ TEST_F(PfoOptionsDlgTest, OpenSessionsAreClosedOnlyAfterYes) {
     script.Answer("Continue and close current sessions?\"", strQuestion, IDNO);
     script.In(kTitle, [this](const CWnd& dialog) {
         EXPECT_EQ(m_edited.m_wLocalPort, 0);
-        EXPECT_EQ(m_settings.lastLocalPort, 0);
+        EXPECT_EQ(m_settings.lastOptions.m_wLocalPort, 0);
         Press(dialog, IDOK);
     });
     script.Answer("Continue and close current sessions?\"", strQuestion, IDYES);
     EXPECT_EQ(RunEdit(), IDOK);
     EXPECT_EQ(m_edited.m_wLocalPort, 5353);
-    EXPECT_EQ(m_edited.m_allowRanges, m_operation.m_allowRanges);
+    EXPECT_EQ(m_edited.m_allowRanges, m_operation.m_settings.m_allowRanges);
 }
 
 TEST_F(PfoOptionsDlgTest, CancelEscapeAndTheCloseBoxStoreNothing) {
-    const PfoFields last = LastUsedFields(m_settings);
+    const OpSettings last = LastUsedSettings(m_settings);
     for (const int nWay : {0, 1, 2}) {
         CWindowScript script;
         script.In(kTitle, [nWay](const CWnd& dialog) {
@@ -201,8 +197,8 @@ TEST_F(PfoOptionsDlgTest, CancelEscapeAndTheCloseBoxStoreNothing) {
         EXPECT_EQ(RunEdit(), IDCANCEL) << nWay;
     }
     EXPECT_EQ(m_edited.m_wLocalPort, 0);
-    EXPECT_EQ(m_operation.m_wLocalPort, 5353);
-    EXPECT_EQ(LastUsedFields(m_settings), last);
+    EXPECT_EQ(m_operation.m_settings.m_wLocalPort, 5353);
+    EXPECT_EQ(LastUsedSettings(m_settings), last);
 }
 
 TEST_F(PfoOptionsDlgTest, FieldsFollowProtocolAndBounce) {

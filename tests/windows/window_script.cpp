@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 #include <commdlg.h>
 #include <dlgs.h>

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/socket.h"
+#include "platform/net/socket.h"
 
 /// A socket and the one thread that makes blocking calls on it. The end of the object ends the calls and the thread.
 class CServedSocket {

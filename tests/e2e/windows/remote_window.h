@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 
 class CRemoteWindow {
   public:

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "platform/windows_api.h"
+#include "platform/system/windows_api.h"
 #include "resources/resource.h"
 
 namespace {

@@ -1,0 +1,17 @@
+#include "platform/system/message_box.h"
+
+#include "platform/system/message_box_system.h"
+
+namespace {
+
+MessageHandler g_pfnHandler = ShowSystemMessage;
+
+}  // namespace
+
+bool ShowMessage(const Message& message) {
+    return g_pfnHandler(message);
+}
+
+void SetMessageHandler(MessageHandler pfnHandler) {
+    g_pfnHandler = pfnHandler == nullptr ? ShowSystemMessage : pfnHandler;
+}

@@ -1,0 +1,185 @@
+#include "shell/server/server_run.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "language/language_store.h"
+#include "log/log_writer.h"
+#include "platform/files/files.h"
+#include "platform/system/server_process.h"
+#include "platform/threads/threads.h"
+#include "shell/auto_start.h"
+#include "shell/link_operation.h"
+#include "store/settings_file.h"
+#include "store/settings_image.h"
+
+namespace {
+
+// The thread that runs main, and the one that the Windows program keeps for its windows: the figure and with it the
+// limits are the same in both programs.
+constexpr int32_t kOwnThreads = 2;
+
+// The close of the window waits for the log writer; it looks at its flag every 100 ms.
+constexpr uint32_t kLogWriterPollMs = 10;
+constexpr uint32_t kLogWriterWaitMs = 500;
+
+constexpr uint32_t kCommandLineLogSeconds = 1;
+
+// A host text can hold any bytes: none of them may begin a line of its own or reach the terminal as a command.
+std::string Printable(std::string strText) {
+    const auto isControl = [](char ch) { return static_cast<unsigned char>(ch) < ' ' || ch == 0x7F; };
+    std::replace_if(strText.begin(), strText.end(), isControl, '?');
+    return strText;
+}
+
+std::string Describe(CPortForwardOp* pOp) {
+    const OpSettings& settings = pOp->m_settings;
+    const char* const pszProtocol = ProtocolText(settings.m_nProtocol);
+    return (pszProtocol ? pszProtocol : "protocol " + std::to_string(settings.m_nProtocol)) + " " +
+           FormatIpAddress(settings.m_dwLocalIp) + ":" + std::to_string(pOp->ListenPort()) + " -> " +
+           (settings.IsTargetTheClient() ? "the client's own address" : Printable(settings.m_strRemoteHost)) + ":" +
+           std::to_string(settings.m_wRemotePort);
+}
+
+void PrintError(const std::string& strText) {
+    std::fprintf(stderr, "zelkor: %s\n", strText.c_str());
+}
+
+void PrintLine(const std::string& strText) {
+    std::printf("%s\n", strText.c_str());
+    std::fflush(stdout);
+}
+
+std::string CutOffText(const AppSettings& settings, const SettingsFileResult& result) {
+    if (settings.opCount == 0) return " is cut off and holds no whole operation";
+    return " is cut off: " + std::to_string(settings.opCount) + " of " + std::to_string(result.nOperationsTold) +
+           " operations were read; it is left as it is and will not be saved over";
+}
+
+}  // namespace
+
+bool CServerRun::LoadFile(const std::string& strPath) {
+    const SettingsFileResult result = LoadSettingsFile(&m_settings, strPath);
+    switch (result.status) {
+        case SettingsFileStatus::NotFound:
+            PrintError(strPath + " cannot be read: " + SystemErrorText(result.nError));
+            return false;
+        case SettingsFileStatus::Complete:
+        case SettingsFileStatus::CutOff:
+            break;
+        default:
+            PrintError(strPath + " is left as it is");
+            return false;
+    }
+    if (result.bOtherVersion) {
+        PrintError(strPath + " is of version " + result.strVersion + ", not " + kProgramVersion +
+                   "; it is read all the same and will not be saved over");
+    }
+    const bool bComplete = result.status == SettingsFileStatus::Complete;
+    if (!bComplete) PrintError(strPath + CutOffText(m_settings, result));
+    // A save in the layout of this version would lose the fields that only the other version has.
+    m_bSave = bComplete && !result.bOtherVersion;
+    return bComplete || m_settings.opCount > 0;
+}
+
+bool CServerRun::StartOperation(CPortForwardOp* pOp) {
+    if (pOp->Start()) {
+        PrintLine("started " + Describe(pOp));
+        return true;
+    }
+    const std::string strReason =
+        pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
+    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
+    const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
+    PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
+    return false;
+}
+
+// How many run.
+int CServerRun::StartOperations() {
+    const bool bStart = ShouldStartOperations(m_settings, [] { return true; });
+    int nStarted = 0;
+    for (CPortForwardOp* pOp = m_settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) {
+        pOp->m_bStarting = 0;
+        LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+        const bool bWasRunning = pOp->m_bRunning.exchange(0) != 0;
+        if (bWasRunning && bStart && StartOperation(pOp)) ++nStarted;
+    }
+    return nStarted;
+}
+
+void CServerRun::StartLogWriter() {
+    m_settings.logFlushRequested = 0;
+    m_settings.logQueue = &m_logQueue;
+    m_counters.nThreads.fetch_add(1);
+    m_bLogWriter = AfxBeginThread(LogWriterThread, &m_settings);
+    if (m_bLogWriter) return;
+    m_counters.nThreads.fetch_sub(1);
+    PrintError("no log is written: " + SystemErrorText(ThreadStartError()));
+}
+
+// The main thread is the timer of the log.
+void CServerRun::WaitForEnd() {
+    const auto period = std::chrono::milliseconds(LogFlushPeriodMs(m_settings));
+    auto next = std::chrono::steady_clock::now() + period;
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - std::chrono::steady_clock::now());
+        if (WaitForEndSignal(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)))) return;
+        if (std::chrono::steady_clock::now() < next) continue;
+        if (m_settings.autoLogEnabled != 0) RequestLogFlush(&m_settings);
+        next += period;
+    }
+}
+
+void CServerRun::EndLogWriter() {
+    if (!m_bLogWriter) return;
+    m_settings.logWriterStop = 1;
+    for (uint32_t n = 0; m_settings.logWriterStop != 0 && n < kLogWriterWaitMs; n += kLogWriterPollMs) {
+        Sleep(kLogWriterPollMs);
+    }
+}
+
+void CServerRun::SaveFile(const std::string& strPath) {
+    if (!m_bSave) return;
+    const int32_t nError = SaveSettingsFile(m_settings, strPath.c_str());
+    if (nError != 0) PrintError(strPath + " could not be saved: " + SystemErrorText(nError));
+}
+
+int CServerRun::RunFile(const std::string& strPath) {
+    m_counters.nThreads = kOwnThreads;
+    LoadGeneralTexts(&m_settings);
+    ApplyLanguage(&m_settings);
+    if (!LoadFile(strPath)) return kExitFileRefused;
+    if (m_settings.languageCode != 0) ApplyLanguage(&m_settings);
+    if (StartOperations() == 0) {
+        if (!ShouldStartOperations(m_settings, [] { return true; })) {
+            PrintError(strPath + " holds no operation that is to be started");
+        }
+        return kExitNothingStarted;
+    }
+    StartLogWriter();
+    WaitForEnd();
+    SaveFile(strPath);
+    EndLogWriter();
+    return kExitOrderly;
+}
+
+int CServerRun::RunOperation(const ServerOptions& options) {
+    m_counters.nThreads = kOwnThreads;
+    ApplyLanguage(&m_settings);
+    SetDefaultSettings(&m_settings);
+    m_settings.autoLogEnabled = options.strLogFile.empty() ? 0 : 1;
+    m_settings.logFilePath.Set(options.strLogFile);
+    m_settings.logIntervalSeconds = kCommandLineLogSeconds;
+    m_settings.operations.push_back(std::make_unique<CPortForwardOp>());
+    CPortForwardOp* const pOp = m_settings.operations.back().get();
+    pOp->m_settings = options.operation;
+    LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+    if (!StartOperation(pOp)) return kExitNothingStarted;
+    StartLogWriter();
+    WaitForEnd();
+    EndLogWriter();
+    return kExitOrderly;
+}

@@ -1,0 +1,41 @@
+// A run without a window: the operations of a saved-settings file, or one operation of the command line.
+#pragma once
+
+#include <string>
+
+#include "engine/engine_counters.h"
+#include "log/log_queue.h"
+#include "shell/app_settings.h"
+#include "shell/server/server_options.h"
+
+/// Exit codes of the process.
+inline constexpr int kExitOrderly = 0;
+inline constexpr int kExitUsage = 1;
+inline constexpr int kExitFileRefused = 2;
+inline constexpr int kExitNothingStarted = 3;
+
+/// Its one object lives as long as the process: threads of the engine may use it up to the end. Only the thread that runs
+/// main calls. Messages go to standard error; standard output tells which operations were started.
+class CServerRun {
+  public:
+    /// Both block until SIGINT or SIGTERM and give the exit code. The caller ends the process without tearing anything
+    /// down: operations are not stopped, as they are not when the window closes.
+    int RunFile(const std::string& strPath);
+    int RunOperation(const ServerOptions& options);
+
+  private:
+    /// Whether the operations read from the file can be run; false after a message.
+    bool LoadFile(const std::string& strPath);
+    int StartOperations();
+    bool StartOperation(CPortForwardOp* pOp);
+    void StartLogWriter();
+    void WaitForEnd();
+    void EndLogWriter();
+    void SaveFile(const std::string& strPath);
+
+    AppSettings m_settings;
+    EngineCounters m_counters;
+    LogQueue m_logQueue;
+    bool m_bSave = false;       // the file was read whole and is of this version, so that it can be written over
+    bool m_bLogWriter = false;  // the thread runs
+};
