@@ -1,32 +1,25 @@
 #include "fuzz/log_model.h"
 
-#include <iomanip>
 #include <span>
-#include <sstream>
 #include <utility>
 
 namespace {
 
 using Step = std::pair<std::string, std::string>;
 
-std::string Number(uint32_t nValue, int nDigits) {
-    std::ostringstream text;
-    text << std::setw(nDigits) << std::setfill('0') << nValue;
-    return text.str();
+std::string Column(const std::string& strText, size_t nColumns, char chFill = ' ') {
+    return std::string(nColumns - std::min(nColumns, strText.size()), chFill) + strText;
 }
 
-std::string Column(const std::string& strText, int nColumns) {
-    std::ostringstream text;
-    text << std::setw(nColumns) << strText;
-    return text.str();
+std::string Number(uint32_t nValue, size_t nDigits) {
+    return Column(std::to_string(nValue), nDigits, '0');
 }
 
 std::string Address(uint32_t dwIp) {
     const uint32_t dwNumber = IpToNumber(dwIp);
-    std::ostringstream text;
-    text << (dwNumber >> 24) << '.' << (dwNumber >> 16 & 255) << '.' << (dwNumber >> 8 & 255) << '.'
-         << (dwNumber & 255);
-    return text.str();
+    std::string strText = std::to_string(dwNumber >> 24);
+    for (const int nBits : {16, 8, 0}) strText += '.' + std::to_string(dwNumber >> nBits & 255);
+    return strText;
 }
 
 // The text in pieces that a code stands between, joined by the value.
@@ -41,11 +34,9 @@ std::optional<std::string> Replaced(const std::string& strText, const Step& step
     return strResult.size() > kMaxLogLine ? std::optional<std::string>() : strResult;
 }
 
-std::optional<std::string> Expanded(std::string strText, std::span<const Step> steps) {
+std::optional<std::string> Expanded(std::optional<std::string> strText, std::span<const Step> steps) {
     for (const Step& step : steps) {
-        auto strNext = Replaced(strText, step);
-        if (!strNext) return {};
-        strText = std::move(*strNext);
+        if (strText) strText = Replaced(*strText, step);
     }
     return strText;
 }
@@ -57,24 +48,18 @@ std::string WithoutTrailingSpaces(std::string strText) {
 
 }  // namespace
 
-LocalTime TakeTime(CFuzzInput& input) {
-    const uint32_t nYear = input.Word();
-    const uint32_t nMonth = input.Byte() % 12U + 1;
-    const uint32_t nDay = input.Byte() % 31U + 1;
-    const uint32_t nHour = input.Byte() % 24U;
-    const uint32_t nMinute = input.Byte() % 60U;
-    const uint32_t nSecond = input.Byte() % 60U;
-    return {nYear, nMonth, nDay, nHour, nMinute, nSecond, input.Word() % 1000U};
+LocalTime TakeTime(FuzzedDataProvider& input) {
+    const auto take = [&](uint32_t nLeast, uint32_t nMost) { return input.ConsumeIntegralInRange(nLeast, nMost); };
+    return {take(0, 65535), take(1, 12), take(1, 31), take(0, 23), take(0, 59), take(0, 59), take(0, 999)};
 }
 
 std::optional<std::string> ModelLogDate(const std::string& strFormat, const LocalTime& time) {
-    const uint32_t nHour12 = (time.nHour + 11) % 12 + 1;
     const Step steps[] = {{"%%", "\r\n"},
                           {"%Y", Number(time.nYear, 0)},
                           {"%MY", Number(time.nMonth, 2)},
                           {"%D", Number(time.nDay, 2)},
                           {"%AP", time.nHour / 12 == 0 ? "AM" : "PM"},
-                          {"%H12", Number(nHour12, 2)},
+                          {"%H12", Number((time.nHour + 11) % 12 + 1, 2)},
                           {"%H24", Number(time.nHour, 2)},
                           {"%MN", Number(time.nMinute, 2)},
                           {"%S", Number(time.nSecond, 2)},
@@ -92,7 +77,7 @@ std::optional<std::string> ModelLogEntry(const std::string& strFormat, const std
     // The removal of %G can put a %Z together.
     const auto strSwitched = bPlain ? Replaced(*strLine, {"%G", ""}) : strLine;
     const bool bSpaces = !bPlain || strSwitched->find("%Z") != std::string::npos;
-    const auto port = [&](uint16_t wPort) { return Column(Number(wPort, 0), bPlain ? 0 : 5); };
+    const auto port = [&](uint16_t wPort) { return Column(std::to_string(wPort), bPlain ? 0 : 5); };
     const auto address = [&](uint32_t dwIp) { return Column(Address(dwIp), bPlain ? 0 : 15); };
     const Step steps[] = {{bPlain ? "%Z" : "%DAT", bPlain ? "" : *strDate},
                           {"%DAT", bPlain ? *strDate : "%DAT"},
@@ -105,5 +90,5 @@ std::optional<std::string> ModelLogEntry(const std::string& strFormat, const std
                           {"%CPort", port(event.client.wPort)},
                           {"%P", event.strProtocol},
                           {"\r\n", "%"}};
-    return Expanded(*strSwitched, steps);
+    return Expanded(strSwitched, steps);
 }

@@ -1,5 +1,5 @@
 """The inputs that fuzzing begins with, made of the real thing: saved settings, the program's texts, log templates, ICMP
-errors. Each function gives the seeds of the target of its name, in the form that fuzz/NAME_fuzz.cpp reads.
+errors. NAME_seeds gives those of the target NAME, in the form that fuzz/NAME_fuzz.cpp reads.
 
 Usage: fuzz_seeds.py FOLDER, which then holds a folder with the seeds of each target."""
 import dataclasses
@@ -18,7 +18,7 @@ ENTRIES_PER_SEED = 8
 DATE = b"%Y.%MY.%D - %H24:%MN:%S.%MS"
 ENTRY = b"[%E], Local IP: %LIP, Local port: %LPort, Protocol: %P, Connector's IP: %CIP, Connector's port: %CPort, " \
         b"Time: [%DAT]"  # fmt: skip
-TIME = struct.pack(">H5BH", 2006, 2, 3, 13, 5, 9, 42)  # month and day count from 0
+TIME_SIZES, TIME = "HBBBBBH", (2006, 2, 3, 13, 5, 9, 42)  # month and day count from 0
 
 
 def settings_file_seeds():
@@ -51,54 +51,57 @@ def language_text_seeds():
 
 def log_date_seeds():
     for template in (DATE, b"%Y|%MY|%D|%AP|%H12|%H24|%MN|%S|%MS|%Y", b"%%Y %%%Y %%", b"%y %M %", b"a\r\nb"):
-        yield TIME + template
+        yield template + integers(TIME_SIZES, *TIME)
     for hour in (0, 11, 12, 23):
-        yield TIME[:4] + bytes([hour]) + TIME[5:] + b"%H12 %AP"
+        yield b"%H12 %AP" + integers(TIME_SIZES, *TIME[:3], hour, *TIME[4:])
 
 
 def log_entry_seeds():
-    event = struct.pack(">4sHH4sH", socket.inet_aton("127.0.0.1"), 80, 8080, socket.inet_aton("10.0.0.1"), 1234)
+    event = integers(TIME_SIZES + "IHHIH", *TIME, ip("127.0.0.1"), 80, 8080, ip("10.0.0.1"), 1234)
     templates = (ENTRY, b"%G" + ENTRY, b"%G%Z[%E] %RHost:%RPort", b"%%E %%G %e %D %Z", b"%E|%LIP|%LPort|%RHost|%P")
     for template in templates:
-        yield TIME + event + b"\0".join((template, DATE, b"Session accepted  ", b"www.example.org", b"TCP"))
-    yield TIME + event + b"\0".join((b"%DAT%DAT", b"%%E%%E%%E", b"%RHost%RHost", b"%P and %LIP", b"UDP"))
+        yield texts(template, DATE, b"Session accepted  ", b"www.example.org", b"TCP") + event
+    yield texts(b"%DAT%DAT", b"%%E%%E%%E", b"%RHost%RHost", b"%P and %LIP", b"UDP") + event
 
 
 def icmp_packet_seeds():
-    client, server, own = (socket.inet_aton(ip) for ip in ("10.0.0.1", "192.0.2.9", "198.51.100.1"))
-    listener = own + struct.pack(">H", 5000)
-    sessions = b"\2" + client + struct.pack(">HH", 1234, 40001) + client + struct.pack(">HH", 1235, 40002)
-    for kind, target in ((0, server), (1, client), (2, client)):
-        settings = struct.pack(">BH", kind, 53) + target + listener + sessions
+    client, server, own = "10.0.0.1", "192.0.2.9", "198.51.100.1"
+    sessions = (2, ip(client), 1234, 40001, ip(client), 1235, 40002)
+    for is_bounce, target in ((0, server), (1, client)):
+        settings = integers("BBHIIHBIHHIHH", is_bounce, 0, 53, ip(target), ip(own), 5000, *sessions)
         for error, port in ((3, 40001), (11, 40002), (4, 40002), (8, 40001), (3, 40003)):
-            yield settings + icmp_error(error, own, target, port)
-        yield settings + icmp_error(3, own, target, 40001)[:55]
+            yield icmp_error(error, own, target, port) + settings
+        yield icmp_error(3, own, target, 40001)[:55] + settings
+    yield icmp_error(3, own, client, 40001) + integers("BBHIHBIHHIHH", 0, 1, 53, ip(own), 5000, *sessions)
 
 
 def icmp_error(kind, sender, target, port):
     """As a raw socket gives it: about a datagram from that port of the sender to port 53 of the target."""
+    sender, target = socket.inet_aton(sender), socket.inet_aton(target)
     outer = struct.pack(">BBHHHBBH4s4s", 0x45, 0, 56, 0, 0, 64, 1, 0, target, sender)
     quoted = struct.pack(">BBHHHBBH4s4s", 0x45, 0, 33, 0x1234, 0x4000, 63, 17, 0, sender, target)
     return outer + struct.pack(">BBHI", kind, 3, 0, 7) + quoted + struct.pack(">HHHH", port, 53, 13, 0)
 
 
-SEEDS = {
-    "icmp_packet": icmp_packet_seeds,
-    "language_text": language_text_seeds,
-    "log_date": log_date_seeds,
-    "log_entry": log_entry_seeds,
-    "settings_file": settings_file_seeds,
-}
+# The forms in which FuzzedDataProvider takes values: numbers from the end of the input backwards, texts from its front.
 
 
-def write(name, folder):
-    """Makes the folder hold the seeds of the target, and nothing else. A target without seeds gets none."""
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir(parents=True)
-    for number, seed in enumerate(SEEDS[name]() if name in SEEDS else ()):
-        (folder / f"{number:03}").write_bytes(seed)
+def integers(sizes, *values):
+    return b"".join(struct.pack("<" + size, value) for size, value in reversed(list(zip(sizes, values))))
+
+
+def texts(*values):
+    return b"".join(value.replace(b"\\", b"\\\\") + b"\\0" for value in values)
+
+
+def ip(text):
+    return struct.unpack("<I", socket.inet_aton(text))[0]
 
 
 if __name__ == "__main__":
-    for target in SEEDS:
-        write(target, pathlib.Path(sys.argv[1]) / target)
+    for make_seeds in (icmp_packet_seeds, language_text_seeds, log_date_seeds, log_entry_seeds, settings_file_seeds):
+        folder = pathlib.Path(sys.argv[1]) / make_seeds.__name__.removesuffix("_seeds")
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        for number, seed in enumerate(make_seeds()):
+            (folder / f"{number:03}").write_bytes(seed)
