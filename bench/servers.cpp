@@ -7,7 +7,8 @@
 
 #include <algorithm>
 #include <array>
-#include <exception>
+#include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -79,4 +80,10 @@ Servers& StartServers(bool bEcho) {
     std::thread([] { AcceptAll(hListener, pollers); }).detach();
     std::thread([] { EchoDatagrams(servers, hDatagrams); }).detach();
     return servers;
+}
+
+void CheckSum(bool bFits, uint64_t nCount, const char* pszWhat, uint64_t nArrived) {
+    if (bFits) return;
+    throw std::runtime_error(std::to_string(nCount) + " " + pszWhat + ", and the server got " +
+                             std::to_string(nArrived));
 }

@@ -17,3 +17,6 @@ struct Servers {
 /// bEcho: the TCP server gives everything back; else it drops everything. One thread accepts, and gives the connections
 /// in turn to one worker for each processor.
 Servers& StartServers(bool bEcho);
+
+/// Throws what the clients counted and what arrived unless they fit each other.
+void CheckSum(bool bFits, uint64_t nCount, const char* pszWhat, uint64_t nArrived);

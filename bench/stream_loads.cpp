@@ -13,23 +13,11 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using Count = std::atomic<uint64_t>;
 
 constexpr size_t kWriteBytes = size_t{128} << 10;
 constexpr size_t kSessionBytes = 64;
 constexpr char kByte = 'E';
-
-double ToDouble(uint64_t nValue) {
-    return static_cast<double>(nValue);
-}
-
-// What the clients count must fit to the bytes that arrived at the server.
-void CheckSum(bool bFits, uint64_t nCount, const char* pszWhat, uint64_t nArrived) {
-    if (bFits) return;
-    throw std::runtime_error(std::to_string(nCount) + " " + pszWhat + " and " + std::to_string(nArrived) +
-                             " bytes arrived");
-}
 
 // How much a sum grew in the window. The window of a busy machine is longer rather than empty.
 Figures WatchWindow(const Load& load, const Count& nSum) {
@@ -39,7 +27,7 @@ Figures WatchWindow(const Load& load, const Count& nSum) {
     do std::this_thread::sleep_for(load.length);
     while (nSum == nBefore && Clock::now() < begin + load.length + kStall);
     const double dSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
-    return {{"done", ToDouble(nSum - nBefore)}, {"seconds", dSeconds}};
+    return {{"done", nSum - nBefore}, {"seconds", dSeconds}};
 }
 
 // Runs the clients, each on a thread of its own, while the window passes; work(client's number, stop) returns soon after
@@ -48,7 +36,7 @@ Figures RunClients(const Load& load, const Count& nSum,
                    const std::function<void(uint32_t, const std::atomic<bool>&)>& work) {
     std::atomic<bool> bStop = false;
     std::vector<std::future<void>> clients;
-    for (uint32_t n = 0; n < load.numbers[0]; ++n) {
+    for (uint32_t n = 0; n < load.numbers.at(0); ++n) {
         clients.push_back(std::async(std::launch::async, work, n, std::cref(bStop)));
     }
     Figures figures = WatchWindow(load, nSum);
@@ -86,7 +74,7 @@ double PercentileUs(const std::vector<Clock::duration>& times, double dShare) {
 }  // namespace
 
 Figures MeasureThroughput(Servers& servers, const Load& load) {
-    const uint32_t nClients = load.numbers[0];
+    const uint32_t nClients = load.numbers.at(0);
     Count nSent = 0;
     std::vector<CDescriptor> sockets;
     for (uint32_t n = 0; n < nClients; ++n) sockets.push_back(Connect(SOCK_STREAM, load.wPort));
@@ -98,7 +86,7 @@ Figures MeasureThroughput(Servers& servers, const Load& load) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     CheckSum(nSent == servers.nStreamBytes, nSent, "bytes were sent", servers.nStreamBytes);
-    figures.emplace_back("received", ToDouble(servers.nStreamBytes));
+    figures.emplace_back("received", servers.nStreamBytes.load());
     return figures;
 }
 
@@ -121,13 +109,13 @@ Figures MeasureConnections(Servers& servers, const Load& load) {
     });
     const uint64_t nArrived = servers.nStreamBytes;
     CheckSum(nDone <= nArrived && nArrived <= nDone + nFailed, nDone, "bytes came back", nArrived);
-    figures.insert(figures.end(), {{"total", ToDouble(nDone)}, {"failed", ToDouble(nFailed)}});
+    figures.insert(figures.end(), {{"total", nDone.load()}, {"failed", nFailed.load()}});
     return figures;
 }
 
 Figures MeasureRoundTrip(Servers& servers, const Load& load) {
     const CDescriptor hSocket = Connect(SOCK_STREAM, load.wPort);
-    std::vector<char> message(load.numbers[0], kByte);
+    std::vector<char> message(load.numbers.at(0), kByte);
     std::vector<Clock::duration> times;  // of the messages that began in the window
     uint64_t nTotal = 0;
     const auto begin = Clock::now() + load.warmUp;

@@ -231,14 +231,14 @@ class Soak:
             elif what == "serving":
                 self.serving.add(words[0])
             else:
-                {"failed": self.fail, "judge": self.judge}[what](*words)
+                {"fail": self.fail, "judge": self.judge}[what](*words)
         return len(lines)
 
     # Processes
 
-    def start_load(self, *words):
-        return subprocess.Popen([*WITH_SUPERVISOR, sys.executable, "-B", HERE / "load.py", *map(str, words),
-                                 json.dumps(self.plan)], stdin=subprocess.PIPE, stdout=self.reports)  # fmt: skip
+    def start_load(self, role, number, *seed):
+        return subprocess.Popen([*WITH_SUPERVISOR, sys.executable, "-B", HERE / "load.py", role, str(number),
+                                 json.dumps(self.plan), *seed], stdin=subprocess.PIPE, stdout=self.reports)  # fmt: skip
 
     def start_server(self, number):
         self.serving.discard(number)
@@ -247,7 +247,7 @@ class Soak:
             raise RuntimeError(f"server {number} does not serve")
 
     def start_client(self, number):
-        self.clients[number] = self.start_load("client", number, self.rng.random())
+        self.clients[number] = self.start_load("client", number, str(self.rng.random()))
 
     def end_load(self, processes):
         """In an orderly way: their sessions run to their ends."""
