@@ -9,9 +9,9 @@
 #include "platform/mfc/dialog_font.h"
 #include "platform/mfc/file_dialog.h"
 #include "platform/system/web_page.h"
+#include "resources/program_names.h"
 #include "resources/resource.h"
 #include "resources/web_pages.h"
-#include "shell/app_settings.h"
 
 namespace {
 
@@ -55,9 +55,10 @@ bool IsFile(const std::string& strPath) {
 
 }  // namespace
 
-CLanguageDlg::CLanguageDlg(AppSettings* pSettings)
+CLanguageDlg::CLanguageDlg(LanguageSettings* pSettings, std::string strBrowser)
     : CDialog(IDD_LANGUAGE),
       m_pSettings(pSettings),
+      m_strBrowser(std::move(strBrowser)),
       m_hIcon(::LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))) {}
 
 INT_PTR CLanguageDlg::DoModal() {
@@ -107,7 +108,7 @@ bool CLanguageDlg::OnCommand(int nId, int nCode) {
 
 void CLanguageDlg::OfferUnicodeVersion() const {
     if (MessageBox(kUnicodeOnly, kUnicodeOnlyCaption, MB_YESNO | MB_ICONQUESTION) == IDYES)
-        OpenWebPage(m_pSettings->shellBrowser, kProgramPage);
+        OpenWebPage(m_strBrowser, kProgramPage);
 }
 
 void CLanguageDlg::ChooseFile() {

@@ -20,5 +20,8 @@ struct LogSettings {
     std::string logFolder;  // where the dialog that picks the file begins
 };
 
+/// The period of the timer that asks for log batches, in milliseconds; logIntervalSeconds can hold any number.
+uint32_t LogFlushPeriodMs(const LogSettings& settings);
+
 /// Sets every field to its default; the two templates come from the language in force.
 void SetDefaultLogSettings(std::string strDateFormat, std::string strEntryFormat, LogSettings* pSettings);

@@ -16,14 +16,9 @@
 
 #include "engine/port_forward_op.h"
 #include "language/language_settings.h"
-#include "log/log_queue.h"
 #include "log/log_settings.h"
+#include "resources/program_names.h"
 #include "shell/window_settings.h"
-
-inline constexpr char kProgramName[] = "Velmoorstack ZELKOR";
-inline constexpr char kProgramVersion[] = "1.0";
-inline constexpr char kVersionText[] = "v1.0.7.2 [2007.01.25]";
-inline constexpr char kInstalledFileName[] = "VelmoorstackZELKORv1.0.exe";
 
 /// Values of `autoStartMode`; any other value asks.
 inline constexpr uint32_t kAutoStartAlways = 0;
@@ -73,9 +68,6 @@ struct AppSettings : LanguageSettings,
                      TraySettings,
                      LogSettings {
     // Not saved
-    LogQueue* logQueue = nullptr;                // set before the log writer starts
-    std::atomic<uint8_t> logFlushRequested = 0;  // set by the timer's thread, cleared by the log writer
-    std::atomic<uint8_t> logWriterStop = 0;      // set to 1 at the close, cleared by the log writer as it ends
     std::string modulePath;
     std::string shellBrowser = "explorer.exe";
     uint8_t isPreWin2000 = 0;

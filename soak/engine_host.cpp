@@ -1,20 +1,17 @@
 // The engine under test as a process of its own, which does what the supervisor of the soak says.
 //
-// Its arguments are descriptors of packet sockets. Each is served by one thread: a packet is a command with its words
-// between tabs, and one packet answers it. An operation is named in the commands of one socket only, so that it is started
-// and stopped by one thread at a time; what is no operation's belongs to the first socket. The process ends when all are
-// closed.
+// Its arguments are descriptors of packet sockets. Each is served by one thread: a packet is a command, its words between
+// tabs, and one packet answers it, behind an equals sign. An operation is named on one socket only, so that one thread
+// starts and stops it; commands that name none come on the first socket. The process ends when all are closed.
 #include <malloc.h>
 #include <sys/socket.h>
 
 #include <array>
 #include <atomic>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -30,172 +27,153 @@ namespace {
 using Words = std::vector<std::string>;
 
 constexpr size_t kOperations = 64;
-constexpr size_t kMostPacketBytes = 8192;
-constexpr uint32_t kPollMs = 20;
+constexpr uint32_t kTimerMs = 20;
+constexpr uint32_t kLongestLogEndMs = 60'000;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kOwnHeap = false;
+#else
+constexpr bool kOwnHeap = true;
+#endif
+
+template <class T = int32_t>
+T Number(const std::string& strWord) {
+    return static_cast<T>(std::stol(strWord));
+}
+
+Words SplitAtTabs(const std::string& strPacket) {
+    Words words;
+    for (size_t nFrom = 0, nTab = 0; nTab != std::string::npos; nFrom = nTab + 1) {
+        nTab = strPacket.find('\t', nFrom);
+        words.push_back(strPacket.substr(nFrom, nTab - nFrom));
+    }
+    return words;
+}
+
+bool IsAtRest(CPortForwardOp& op) {
+    return op.m_bRunning == 0 && op.m_bStopping == 0 && op.m_nThreads == 0 && op.m_nSessions == 0 &&
+           op.m_nActiveSessions == 0 && !op.ListenSocket();
+}
 
 class CEngineHost {
   public:
     CEngineHost();
     void ServeChannel(int nSocket);
-    /// Asks for the log to be written, as the timer of the program does, until the end.
-    void RunLogTimer(const std::atomic<bool>& bEnd);
+    /// Asks for the log to be written, as the timer of the program does.
+    void RunLogTimer(const std::atomic<bool>& bEnd) {
+        for (; !bEnd; Sleep(kTimerMs)) m_logWriter.RequestFlush();
+    }
 
   private:
-    using Command = std::string (CEngineHost::*)(const Words& words);
-
-    std::string Answer(const Words& words);
-    // Of an operation: its number. An empty answer says that all is well.
-    std::string Start(const Words& words);  // with its settings; the answer is the system's error, or 0
-    std::string Stop(const Words& words);
-    std::string Delete(const Words& words);  // running as it is; the next start is that of a new one
-    // Of the process.
-    std::string FailThreads(const Words& words);  // behind so many starts; -1 ends it
-    std::string Resolve(const Words& words);
-    std::string SetLog(const Words& words);  // on or off, path
-    std::string SetTexts(
-        const Words& words);  // language, entry and date template, without blocked clients or with them
-    std::string BeginLog(const Words& words);
-    std::string EndLog(const Words& words);
-    std::string Counters(const Words& words);  // threads, sessions, set-ups
-    std::string Heap(const Words& words);      // bytes that are allocated, 0 where a sanitizer has the heap; all must be stopped
+    std::unique_ptr<CPortForwardOp>& Op(const Words& words) { return m_ops.at(Number<size_t>(words.at(1))); }
+    void AddOperationCommands();
+    void AddProcessCommands();
+    std::string Start(const Words& words);
 
     AppSettings m_settings;
     EngineCounters m_counters;
-    LogQueue m_logQueue;
-    std::array<std::unique_ptr<CPortForwardOp>, kOperations> m_ops;  // each: the one channel that names it
+    CLogWriter m_logWriter{m_settings};
+    std::atomic<int32_t> m_nLogWriters = 0;  // kept out of the counters, which are to come back to nothing
+    std::array<std::unique_ptr<CPortForwardOp>, kOperations> m_ops;              // each: the one channel that names it
+    std::map<std::string, std::function<std::string(const Words&)>> m_commands;  // fixed after construction
 };
-
-int32_t Number(const std::string& strWord) {
-    return std::atoi(strWord.c_str());
-}
 
 CEngineHost::CEngineHost() {
     ApplyLanguage(&m_settings);
     SetDefaultSettings(&m_settings);
-    m_settings.logQueue = &m_logQueue;
+    AddOperationCommands();
+    AddProcessCommands();
 }
 
+// All but Start's give an empty answer when all is well.
+void CEngineHost::AddOperationCommands() {
+    m_commands["start"] = [this](const Words& words) { return Start(words); };
+    m_commands["stop"] = [this](const Words& words) {
+        Op(words)->m_bStopping = 1;
+        Op(words)->Stop();
+        return std::string(IsAtRest(*Op(words)) ? "" : "it is stopped and has something left running");
+    };
+    // Running as it is; the next start is that of a new one.
+    m_commands["delete"] = [this](const Words& words) {
+        Op(words).reset();
+        return std::string();
+    };
+}
+
+// The answer is the system's error, 0 if it runs.
 std::string CEngineHost::Start(const Words& words) {
-    auto& pOp = m_ops.at(static_cast<size_t>(Number(words.at(1))));
+    auto& pOp = Op(words);
     if (!pOp) {
         pOp = std::make_unique<CPortForwardOp>();
-        LinkOperation(pOp.get(), m_settings, &m_counters, &m_logQueue);
+        LinkOperation(pOp.get(), m_settings, &m_counters, &m_logWriter.Queue());
     }
     OpSettings& settings = pOp->m_settings;
     settings.m_nProtocol = Number(words.at(2));
     if (!ParseIpAddress(words.at(3), &settings.m_dwLocalIp)) return "no address";
-    settings.m_wLocalPort = static_cast<uint16_t>(Number(words.at(4)));
+    settings.m_wLocalPort = Number<uint16_t>(words.at(4));
     settings.m_strRemoteHost = words.at(5);
-    settings.m_wRemotePort = static_cast<uint16_t>(Number(words.at(6)));
-    settings.m_bBounce = static_cast<uint8_t>(Number(words.at(7)));
+    settings.m_wRemotePort = Number<uint16_t>(words.at(6));
+    settings.m_bBounce = Number<uint8_t>(words.at(7));
     settings.m_nMaxSessions = Number(words.at(8));
     settings.m_nUdpTimeoutMs = Number(words.at(9));
-    settings.m_bFiltersEnabled = static_cast<uint8_t>(Number(words.at(10)));
+    settings.m_bFiltersEnabled = Number<uint8_t>(words.at(10));
     // Lists that let the load in, whatever their length.
-    settings.m_allowRanges.assign(static_cast<size_t>(Number(words.at(11))),
-                                  {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
-    settings.m_blockRanges.assign(static_cast<size_t>(Number(words.at(12))),
-                                  {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
+    settings.m_allowRanges.assign(Number<size_t>(words.at(11)), {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
+    settings.m_blockRanges.assign(Number<size_t>(words.at(12)), {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
     return pOp->Start() ? "0" : std::to_string(pOp->m_nStartError);
 }
 
-std::string CEngineHost::Stop(const Words& words) {
-    CPortForwardOp& op = *m_ops.at(static_cast<size_t>(Number(words.at(1))));
-    op.m_bStopping = 1;
-    op.Stop();
-    const bool bAtRest = op.m_bRunning == 0 && op.m_bStopping == 0 && op.m_nThreads == 0 && op.m_nSessions == 0 &&
-                         op.m_nActiveSessions == 0 && !op.ListenSocket();
-    return bAtRest ? "" : "it is stopped and has something left running";
-}
-
-std::string CEngineHost::Delete(const Words& words) {
-    m_ops.at(static_cast<size_t>(Number(words.at(1)))).reset();
-    return "";
-}
-
-std::string CEngineHost::FailThreads(const Words& words) {
-    FailThreadStartsAfter(Number(words.at(1)));
-    return "";
-}
-
-std::string CEngineHost::Resolve(const Words& words) {
-    uint32_t dwIp = 0;
-    return ResolveHostName(words.at(1), &dwIp) ? FormatIpAddress(dwIp) : "";
-}
-
-std::string CEngineHost::SetLog(const Words& words) {
-    m_settings.autoLogEnabled = static_cast<uint8_t>(Number(words.at(1)));
-    m_settings.logFilePath.Set(words.at(2));
-    return "";
-}
-
-std::string CEngineHost::SetTexts(const Words& words) {
-    m_settings.languageCode = static_cast<uint32_t>(Number(words.at(1)));
-    ApplyLanguage(&m_settings);
-    m_settings.logEntryFormat.Set(words.at(2));
-    m_settings.logDateFormat.Set(words.at(3));
-    m_settings.noLogBlocked = static_cast<uint8_t>(Number(words.at(4)));
-    return "";
-}
-
-std::string CEngineHost::BeginLog(const Words& /*words*/) {
-    return AfxBeginThread(LogWriterThread, &m_settings) ? "" : "the log writer did not start";
-}
-
-std::string CEngineHost::EndLog(const Words& /*words*/) {
-    m_settings.logWriterStop = 1;
-    while (m_settings.logWriterStop != 0) Sleep(kPollMs);
-    FreeLogEntries(m_logQueue.TakeAll());
-    return "";
-}
-
-std::string CEngineHost::Counters(const Words& /*words*/) {
-    return std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
-           std::to_string(m_counters.nPendingSetups);
-}
-
-std::string CEngineHost::Heap(const Words& /*words*/) {
-    ReleaseParkedThreads();
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return "0";
-#endif
-    malloc_trim(0);
-    const struct mallinfo2 heap = mallinfo2();
-    return std::to_string(heap.uordblks + heap.hblkhd);
-}
-
-void CEngineHost::RunLogTimer(const std::atomic<bool>& bEnd) {
-    for (; !bEnd; Sleep(kPollMs)) RequestLogFlush(&m_settings);
-}
-
-std::string CEngineHost::Answer(const Words& words) {
-    static const std::map<std::string, Command> kCommands = {
-        {"start", &CEngineHost::Start},        {"stop", &CEngineHost::Stop},
-        {"delete", &CEngineHost::Delete},      {"fail threads", &CEngineHost::FailThreads},
-        {"resolve", &CEngineHost::Resolve},    {"set log", &CEngineHost::SetLog},
-        {"set texts", &CEngineHost::SetTexts}, {"begin log", &CEngineHost::BeginLog},
-        {"end log", &CEngineHost::EndLog},     {"counters", &CEngineHost::Counters},
-        {"heap", &CEngineHost::Heap},
+void CEngineHost::AddProcessCommands() {
+    // Behind so many starts; -1 ends it.
+    m_commands["fail threads"] = [](const Words& words) {
+        FailThreadStartsAfter(Number(words.at(1)));
+        return std::string();
     };
-    return std::invoke(kCommands.at(words.at(0)), this, words);
-}
-
-Words SplitAtTabs(std::string_view strPacket) {
-    Words words(1);
-    for (const char ch : strPacket) {
-        if (ch == '\t') {
-            words.emplace_back();
-        } else {
-            words.back() += ch;
-        }
-    }
-    return words;
+    m_commands["resolve"] = [](const Words& words) {
+        uint32_t dwIp = 0;
+        return ResolveHostName(words.at(1), &dwIp) ? FormatIpAddress(dwIp) : std::string();
+    };
+    m_commands["set log"] = [this](const Words& words) {
+        m_settings.autoLogEnabled = Number<uint8_t>(words.at(1));
+        m_settings.logFilePath.Set(words.at(2));
+        return std::string();
+    };
+    // Language, template of an entry, of a date, whether blocked clients are left out.
+    m_commands["set texts"] = [this](const Words& words) {
+        m_settings.languageCode = Number<uint32_t>(words.at(1));
+        ApplyLanguage(&m_settings);
+        m_settings.logEntryFormat.Set(words.at(2));
+        m_settings.logDateFormat.Set(words.at(3));
+        m_settings.noLogBlocked = Number<uint8_t>(words.at(4));
+        return std::string();
+    };
+    m_commands["begin log"] = [this](const Words&) {
+        return std::string(m_logWriter.Start(&m_nLogWriters) ? "" : "the log writer did not start");
+    };
+    m_commands["end log"] = [this](const Words&) {
+        const bool bEnded = m_logWriter.End(kLongestLogEndMs);
+        FreeLogEntries(m_logWriter.Queue().TakeAll());
+        return std::string(bEnded ? "" : "the log writer does not end");
+    };
+    // Threads, sessions, set-ups.
+    m_commands["counters"] = [this](const Words&) {
+        return std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
+               std::to_string(m_counters.nPendingSetups);
+    };
+    // Bytes that are allocated when everything has been stopped; 0 where a sanitizer has the heap.
+    m_commands["heap"] = [](const Words&) {
+        ReleaseParkedThreads();
+        malloc_trim(0);
+        const struct mallinfo2 heap = mallinfo2();
+        return std::to_string(kOwnHeap ? heap.uordblks + heap.hblkhd : 0);
+    };
 }
 
 void CEngineHost::ServeChannel(int nSocket) {
-    std::array<char, kMostPacketBytes> packet;
+    std::array<char, 8192> packet;
     for (ssize_t nBytes; (nBytes = recv(nSocket, packet.data(), packet.size(), 0)) > 0;) {
-        const std::string strAnswer = "=" + Answer(SplitAtTabs({packet.data(), static_cast<size_t>(nBytes)}));
+        const Words words = SplitAtTabs({packet.data(), static_cast<size_t>(nBytes)});
+        const std::string strAnswer = "=" + m_commands.at(words[0])(words);
         send(nSocket, strAnswer.data(), strAnswer.size(), MSG_NOSIGNAL);
     }
 }

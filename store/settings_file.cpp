@@ -51,12 +51,12 @@ uint32_t RefusalSlot(SettingsFileStatus status) {
 
 // The language is chosen first: the message then speaks it.
 void ShowRefusal(AppSettings* pSettings, uint32_t nSlot) {
-    ChooseLanguage(pSettings);
+    ChooseLanguage(pSettings, pSettings->shellBrowser);
     ShowMessage({pSettings->slotTable.Text(nSlot), "", MessageIcon::Information, MessageButtons::Ok});
 }
 
 bool AskToLoadAnyway(AppSettings* pSettings) {
-    ChooseLanguage(pSettings);
+    ChooseLanguage(pSettings, pSettings->shellBrowser);
     const auto pTexts = pSettings->slotTable.Snapshot();
     return ShowMessage(
         {pTexts->Text(kSlotOtherVersion), pTexts->Text(kSlotLoadAnyway), MessageIcon::Question, MessageButtons::YesNo});
@@ -98,7 +98,7 @@ SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& s
     const FileError nError = ReadWholeFile(strPath.empty() ? SettingsPathFor(pSettings->modulePath) : strPath, &data);
     pSettings->languageFilePath.clear();
     // Ahead of the defaults: the templates of the log are taken from the language chosen.
-    if (nError != 0) ChooseLanguage(pSettings);
+    if (nError != 0) ChooseLanguage(pSettings, pSettings->shellBrowser);
     SetDefaultSettings(pSettings);
     if (nError != 0) {
         SettingsFileResult result;

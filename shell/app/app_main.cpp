@@ -38,7 +38,6 @@ void LoadTexts(AppSettings* pSettings) {
 void LoadSettings(AppSettings* pSettings) {
     LoadSettingsFile(pSettings, "");
     if (pSettings->languageCode != 0) ApplyLanguage(pSettings);
-    pSettings->logWriterStop = 0;
 }
 
 void ReadSystemVersion(AppSettings* pSettings) {

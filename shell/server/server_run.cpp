@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "language/language_store.h"
-#include "log/log_writer.h"
 #include "platform/files/files.h"
 #include "platform/system/server_process.h"
 #include "platform/threads/threads.h"
@@ -21,8 +20,7 @@ namespace {
 // limits are the same in both programs.
 constexpr int32_t kOwnThreads = 2;
 
-// The close of the window waits for the log writer; it looks at its flag every 100 ms.
-constexpr uint32_t kLogWriterPollMs = 10;
+// The log writer ends within a tenth of a second, unless the disk holds it up.
 constexpr uint32_t kLogWriterWaitMs = 500;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
@@ -103,7 +101,7 @@ int CServerRun::StartOperations() {
     int nStarted = 0;
     for (CPortForwardOp* pOp = m_settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) {
         pOp->m_bStarting = 0;
-        LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+        LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
         const bool bWasRunning = pOp->m_bRunning.exchange(0) != 0;
         if (bWasRunning && bStart && StartOperation(pOp)) ++nStarted;
     }
@@ -111,12 +109,7 @@ int CServerRun::StartOperations() {
 }
 
 void CServerRun::StartLogWriter() {
-    m_settings.logFlushRequested = 0;
-    m_settings.logQueue = &m_logQueue;
-    m_counters.nThreads.fetch_add(1);
-    m_bLogWriter = AfxBeginThread(LogWriterThread, &m_settings);
-    if (m_bLogWriter) return;
-    m_counters.nThreads.fetch_sub(1);
+    if (m_logWriter.Start(&m_counters.nThreads)) return;
     PrintError("no log is written: " + SystemErrorText(ThreadStartError()));
 }
 
@@ -128,16 +121,8 @@ void CServerRun::WaitForEnd() {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - std::chrono::steady_clock::now());
         if (WaitForEndSignal(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)))) return;
         if (std::chrono::steady_clock::now() < next) continue;
-        if (m_settings.autoLogEnabled != 0) RequestLogFlush(&m_settings);
+        if (m_settings.autoLogEnabled != 0) m_logWriter.RequestFlush();
         next += period;
-    }
-}
-
-void CServerRun::EndLogWriter() {
-    if (!m_bLogWriter) return;
-    m_settings.logWriterStop = 1;
-    for (uint32_t n = 0; m_settings.logWriterStop != 0 && n < kLogWriterWaitMs; n += kLogWriterPollMs) {
-        Sleep(kLogWriterPollMs);
     }
 }
 
@@ -162,7 +147,7 @@ int CServerRun::RunFile(const std::string& strPath) {
     StartLogWriter();
     WaitForEnd();
     SaveFile(strPath);
-    EndLogWriter();
+    m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }
 
@@ -176,10 +161,10 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     m_settings.operations.push_back(std::make_unique<CPortForwardOp>());
     CPortForwardOp* const pOp = m_settings.operations.back().get();
     pOp->m_settings = options.operation;
-    LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+    LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
     if (!StartOperation(pOp)) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
-    EndLogWriter();
+    m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }

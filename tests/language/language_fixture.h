@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "language/language_settings.h"
 #include "platform/system/message_box.h"
-#include "shell/app_settings.h"
 
 /// UTF-16 little-endian bytes.
 std::vector<uint8_t> Utf16Bytes(std::u16string_view strText);
@@ -31,6 +31,6 @@ class CLanguageTest : public testing::Test {
     /// "caption: text" of each message since the last call.
     std::vector<std::string> TakeMessages();
 
-    AppSettings m_settings;
+    LanguageSettings m_settings;
     const std::filesystem::path m_file;
 };

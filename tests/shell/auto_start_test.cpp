@@ -1,4 +1,4 @@
-// When operations are started by themselves, and how often the log is written.
+// When operations are started by themselves.
 #include "shell/auto_start.h"
 
 #include <gtest/gtest.h>
@@ -35,27 +35,6 @@ TEST(AutoStart, TheUserIsAskedOnlyWhereTheModeLeavesItOpen) {
             EXPECT_EQ(bStart, bAnswer ? each.bStartsOnYes : each.bStartsOnNo);
             EXPECT_EQ(nAsked, each.bAsked ? 1 : 0);
         }
-    }
-}
-
-TEST(AutoStart, TheFlushPeriodStaysWithinWhatATimerTakes) {
-    const struct {
-        uint32_t nSeconds;
-        uint32_t nPeriodMs;
-    } cases[] = {
-        {0, 100},
-        {1, 1000},
-        {10, 10000},
-        {2147483, 2147483000},
-        {2147484, 0x7FFFFFFF},
-        // Times a thousand this is 704 in 32 bits.
-        {4294968, 0x7FFFFFFF},
-        {0xFFFFFFFF, 0x7FFFFFFF},
-    };
-    for (const auto& each : cases) {
-        AppSettings settings;
-        settings.logIntervalSeconds = each.nSeconds;
-        EXPECT_EQ(LogFlushPeriodMs(settings), each.nPeriodMs) << each.nSeconds;
     }
 }
 

@@ -10,8 +10,8 @@
 #include "language/language_store.h"
 #include "language/zones.h"
 #include "platform/files/files.h"
+#include "resources/program_names.h"
 #include "resources/resource.h"
-#include "shell/app_settings.h"
 #include "tests/support/wait.h"
 #include "tests/windows/window_script.h"
 
@@ -48,7 +48,8 @@ class LanguageDlgTest : public testing::Test {
     }
 
     const std::filesystem::path m_folder;
-    AppSettings m_settings;
+    LanguageSettings m_settings;
+    std::string m_strBrowser;
 };
 
 TEST_F(LanguageDlgTest, RowsShowNamesAndPromptsWhateverTheFontRule) {
@@ -69,7 +70,7 @@ TEST_F(LanguageDlgTest, RowsShowNamesAndPromptsWhateverTheFontRule) {
         EXPECT_STREQ(font.lfFaceName, "Tahoma");
         dialog.PostMessage(WM_SYSCOMMAND, SC_CLOSE);
     });
-    CLanguageDlg(&m_settings).DoModal();
+    CLanguageDlg(&m_settings, m_strBrowser).DoModal();
     EXPECT_EQ(m_settings.languageCode, kUntouched);
 }
 
@@ -83,7 +84,7 @@ TEST_F(LanguageDlgTest, EachRowSetsItsCode) {
         m_settings.languageCode = kUntouched;
         CWindowScript script;
         script.In(kProgramName, [nId = nButton](const CWnd& dialog) { Press(dialog, nId); });
-        CLanguageDlg(&m_settings).DoModal();
+        CLanguageDlg(&m_settings, m_strBrowser).DoModal();
         EXPECT_EQ(m_settings.languageCode, dwCode);
     }
 }
@@ -99,7 +100,7 @@ TEST_F(LanguageDlgTest, EnterMeansEnglishEscapeAndF1Nothing) {
         EXPECT_EQ(m_settings.languageCode, kUntouched);
         ::PostMessageA(::GetFocus(), WM_KEYDOWN, VK_RETURN, 0x001C0001);
     });
-    CLanguageDlg(&m_settings).DoModal();
+    CLanguageDlg(&m_settings, m_strBrowser).DoModal();
     EXPECT_EQ(m_settings.languageCode, 0u);
 }
 
@@ -107,14 +108,14 @@ TEST_F(LanguageDlgTest, LanguagesOfTheUnicodeVersionOfferThePageAndStay) {
     const std::filesystem::path seen = m_folder / "seen.txt";
     const std::filesystem::path browser = m_folder / "browser.bat";
     std::ofstream(browser) << "@echo %1> \"" << seen.string() << "\"\r\n";
-    m_settings.shellBrowser = browser.string();
+    m_strBrowser = browser.string();
     CWindowScript script;
     for (const int nButton : {IDC_LANGUAGE_CHINESE, IDC_LANGUAGE_JAPANESE, IDC_LANGUAGE_RUSSIAN}) {
         script.In(kProgramName, [nButton](const CWnd& dialog) { Press(dialog, nButton); });
         script.Answer(kUnicodeOnlyTitle, kUnicodeOnly, nButton == IDC_LANGUAGE_RUSSIAN ? IDYES : IDNO);
     }
     script.In(kProgramName, [](const CWnd& dialog) { dialog.PostMessage(WM_SYSCOMMAND, SC_CLOSE); });
-    CLanguageDlg(&m_settings).DoModal();
+    CLanguageDlg(&m_settings, m_strBrowser).DoModal();
     EXPECT_EQ(m_settings.languageCode, kUntouched);
     std::string strPage;
     EXPECT_TRUE(WaitFor([&] { return std::getline(std::ifstream(seen), strPage) && !strPage.empty(); }));
@@ -133,7 +134,7 @@ TEST_F(LanguageDlgTest, FileRowTakesOnlyAFileThatIsThere) {
         });
         script.ChooseFile(kOpenTitle, strName);
     }
-    ChooseLanguage(&m_settings);
+    ChooseLanguage(&m_settings, m_strBrowser);
     EXPECT_EQ(m_settings.languageCode, LANGUAGE_FILE);
     EXPECT_EQ(m_settings.languageFilePath, strPath);
     EXPECT_EQ(m_settings.slotTable.Text(15), "Gut") << "the choice was not applied";

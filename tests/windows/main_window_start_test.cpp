@@ -116,8 +116,6 @@ TEST_F(AutoStartTest, CloseDuringTheQuestionKeepsTheOperationsInTheFile) {
     });
     CMainDlg dialog(&m_settings, &m_hMainWnd, &m_bServiceStop, false);
     dialog.DoModal();
-    m_settings.logWriterStop = 1;  // it was started behind the question
-    Await([&] { return m_settings.logWriterStop == 0; }, "the log writer");
 }
 
 TEST_F(MainWindowStartTest, ComesUpWithoutAThreadForTheLogWriter) {
