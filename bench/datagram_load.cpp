@@ -7,8 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "bench/loads.h"
-#include "bench/net.h"
+#include "bench/load.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <map>
 
-#include "bench/loads.h"
+#include "bench/load.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ void PrintFigures(const Figures& figures, const std::string& strError) {
     std::fflush(stdout);
 }
 
-// KIND WARM-UP-MS MS NUMBER..., the numbers as bench/loads.h tells.
+// KIND WARM-UP-MS MS NUMBER..., the numbers as bench/load.h tells.
 int main(int nArguments, char** ppszArguments) {
     try {
         Run({ppszArguments + 1, ppszArguments + nArguments});

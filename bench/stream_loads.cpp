@@ -8,8 +8,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "bench/loads.h"
-#include "bench/net.h"
+#include "bench/load.h"
 
 namespace {
 

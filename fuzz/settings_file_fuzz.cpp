@@ -16,14 +16,13 @@ namespace {
 using Strings = std::vector<std::string>;
 
 // b, w, d: 1, 2 and 4 bytes; t: a text; r: a list of ranges.
-constexpr char kIdentity[] = "dd";
-constexpr char kReserved[] = "dddd";
 constexpr char kAhead[] = "dbtddddddddddddddddd";
 constexpr char kRecord[] = "bdbbtdwtwddbbrr";
 constexpr char kBehind[] = "ttbbbwwddbbbbbtttttdbbtttdttdbbbbt";
 
 constexpr std::string_view kMagic = "\x7C\x55\xD3\x92\x6E\x94\x45\x48\xA5\x51\xF5\xF1\xD0\xAF\xE4\x40";
 constexpr std::string_view kName("Velmoorstack ZELKOR\0", 20);
+constexpr size_t kReservedBytes = 16;
 constexpr std::string_view kVersion("\1\0\0\0\0\0\0\0", 8);
 
 // The fields that are whole, each in the form in which a writer gives it.
@@ -36,7 +35,7 @@ struct FileParts {
     Strings behind;
 };
 
-std::string FourBytes(uint32_t nValue) {
+std::string FourBytes(size_t nValue) {
     std::string strBytes;
     for (int nBit = 0; nBit < 32; nBit += 8) strBytes += static_cast<char>(nValue >> nBit & 0xFF);
     return strBytes;
@@ -48,43 +47,31 @@ uint32_t ValueOf(std::string_view strBytes) {
     return nValue;
 }
 
-std::optional<std::string> Take(std::string_view* pstrLeft, size_t nSize) {
-    if (pstrLeft->size() < nSize) return {};
-    std::string strTaken(pstrLeft->substr(0, nSize));
-    pstrLeft->remove_prefix(nSize);
+std::optional<std::string> Take(std::string_view& strLeft, size_t nSize) {
+    if (strLeft.size() < nSize) return {};
+    std::string strTaken(strLeft.substr(0, nSize));
+    strLeft.remove_prefix(nSize);
     return strTaken;
 }
 
-std::optional<std::string> TakeText(std::string_view* pstrLeft) {
-    const auto strCount = Take(pstrLeft, 4);
-    if (!strCount || ValueOf(*strCount) == 0 || ValueOf(*strCount) > 1'000'000) return {};
-    auto strText = Take(pstrLeft, ValueOf(*strCount));
-    if (!strText) return {};
-    strText->resize(std::min(strText->find('\0'), strText->size()));
-    return FourBytes(static_cast<uint32_t>(strText->size() + 1)) + *strText + '\0';
-}
-
-std::optional<std::string> TakeRanges(std::string_view* pstrLeft) {
-    const auto strSize = Take(pstrLeft, 4);
-    if (!strSize || ValueOf(*strSize) % 8 != 0) return {};
-    auto strRanges = Take(pstrLeft, ValueOf(*strSize));
-    if (!strRanges) return {};
-    for (size_t n = 0; n < strRanges->size(); n += 8) {
-        if (ValueOf(std::string_view(*strRanges).substr(n, 4)) == 0) strRanges->resize(n);
+std::optional<std::string> TakeField(std::string_view& strLeft, char chType) {
+    if (chType != 't' && chType != 'r') return Take(strLeft, chType == 'b' ? 1 : chType == 'w' ? 2 : 4);
+    const auto strCount = Take(strLeft, 4);
+    const uint32_t nCount = strCount ? ValueOf(*strCount) : UINT32_MAX;
+    const bool bAllowed = chType == 't' ? nCount - 1 < 1'000'000 : nCount % 8 == 0;
+    auto strContent = bAllowed ? Take(strLeft, nCount) : std::nullopt;
+    if (!strContent) return {};
+    if (chType == 't') strContent = std::string(strContent->c_str()) + '\0';
+    for (size_t n = 0; chType == 'r' && n < strContent->size(); n += 8) {
+        if (ValueOf(std::string_view(*strContent).substr(n, 4)) == 0) strContent->resize(n);
     }
-    return FourBytes(static_cast<uint32_t>(strRanges->size())) + *strRanges;
-}
-
-std::optional<std::string> TakeField(std::string_view* pstrLeft, char chType) {
-    if (chType == 't') return TakeText(pstrLeft);
-    if (chType == 'r') return TakeRanges(pstrLeft);
-    return Take(pstrLeft, chType == 'b' ? 1 : chType == 'w' ? 2 : 4);
+    return FourBytes(strContent->size()) + *strContent;
 }
 
 // False when a field is not whole; those in front of it are.
-bool TakeFields(std::string_view* pstrLeft, std::string_view strLayout, Strings* pFields) {
+bool TakeFields(std::string_view& strLeft, std::string_view strLayout, Strings* pFields) {
     for (const char chType : strLayout) {
-        auto strField = TakeField(pstrLeft, chType);
+        auto strField = TakeField(strLeft, chType);
         if (!strField) return false;
         pFields->push_back(std::move(*strField));
     }
@@ -98,11 +85,11 @@ std::string Joined(const Strings& fields, const Strings& defaults = {}) {
     return strJoined;
 }
 
-SettingsFileStatus TakeIdentity(std::string_view* pstrLeft) {
-    const auto strMagic = Take(pstrLeft, kMagic.size());
+SettingsFileStatus TakeIdentity(std::string_view& strLeft) {
+    const auto strMagic = Take(strLeft, kMagic.size());
     if (!strMagic) return SettingsFileStatus::NotOfProgram;
     if (*strMagic != kMagic) return SettingsFileStatus::WrongMagic;
-    auto strName = TakeText(pstrLeft);
+    const auto strName = TakeField(strLeft, 't');
     if (!strName) return SettingsFileStatus::WrongName;
     const auto isSame = [](unsigned char ch, unsigned char chOther) {
         return std::tolower(ch) == std::tolower(chOther);
@@ -111,38 +98,33 @@ SettingsFileStatus TakeIdentity(std::string_view* pstrLeft) {
     return bSame ? SettingsFileStatus::Complete : SettingsFileStatus::WrongName;
 }
 
-bool TakeRecords(std::string_view* pstrLeft, FileParts* pParts) {
-    const auto strCount = Take(pstrLeft, 4);
+bool TakeRecords(std::string_view& strLeft, FileParts* pParts) {
+    const auto strCount = Take(strLeft, 4);
     if (!strCount) return false;
     pParts->nOperationsTold = static_cast<int32_t>(ValueOf(*strCount));
     for (int32_t i = 0; i < pParts->nOperationsTold; ++i) {
         Strings fields;
-        if (!TakeFields(pstrLeft, kRecord, &fields)) return false;
+        if (!TakeFields(strLeft, kRecord, &fields)) return false;
         pParts->records.push_back(Joined(fields));
     }
     return true;
 }
 
-bool TakeContent(std::string_view* pstrLeft, FileParts* pParts) {
-    Strings reserved;
-    return TakeFields(pstrLeft, kReserved, &reserved) && TakeFields(pstrLeft, kAhead, &pParts->ahead) &&
-           TakeRecords(pstrLeft, pParts) && TakeFields(pstrLeft, kBehind, &pParts->behind);
-}
-
 FileParts TakeApart(const std::string& strFile) {
     FileParts parts;
     std::string_view strLeft = strFile;
-    parts.status = TakeIdentity(&strLeft);
+    parts.status = TakeIdentity(strLeft);
     if (parts.status != SettingsFileStatus::Complete) return parts;
-    Strings version;
-    parts.bOtherVersion = !TakeFields(&strLeft, kIdentity, &version) || Joined(version) != kVersion;
-    if (!TakeContent(&strLeft, &parts)) parts.status = SettingsFileStatus::CutOff;
+    parts.bOtherVersion = Take(strLeft, kVersion.size()) != kVersion;
+    const bool bWhole = Take(strLeft, kReservedBytes) && TakeFields(strLeft, kAhead, &parts.ahead) &&
+                        TakeRecords(strLeft, &parts) && TakeFields(strLeft, kBehind, &parts.behind);
+    if (!bWhole) parts.status = SettingsFileStatus::CutOff;
     return parts;
 }
 
 std::string PutTogether(const FileParts& parts, const FileParts& defaults) {
-    return std::string(kMagic) + FourBytes(20) + std::string(kName) + std::string(kVersion) + std::string(16, '\0') +
-           Joined(parts.ahead, defaults.ahead) + FourBytes(static_cast<uint32_t>(parts.records.size())) +
+    return std::string(kMagic) + FourBytes(20) + std::string(kName) + std::string(kVersion) +
+           std::string(kReservedBytes, '\0') + Joined(parts.ahead, defaults.ahead) + FourBytes(parts.records.size()) +
            Joined(parts.records) + Joined(parts.behind, defaults.behind);
 }
 

@@ -1,7 +1,7 @@
 // The engine under test as a process of its own, which does what the supervisor of the soak says.
 //
 // Its arguments are descriptors of packet sockets. Each is served by one thread: a packet is a command, its words between
-// tabs, and one packet answers it, behind an equals sign. An operation is named on one socket only, so that one thread
+// tabs, and one packet answers it, with an equals sign at its end. An operation is named on one socket only, so that one thread
 // starts and stops it; commands that name none come on the first socket. The process ends when all are closed.
 #include <malloc.h>
 #include <sys/socket.h>
@@ -74,8 +74,8 @@ class CEngineHost {
     EngineCounters m_counters;
     CLogWriter m_logWriter{m_settings};
     std::atomic<int32_t> m_nLogWriters = 0;  // kept out of the counters, which are to come back to nothing
-    std::array<std::unique_ptr<CPortForwardOp>, kOperations> m_ops;              // each: the one channel that names it
-    std::map<std::string, std::function<std::string(const Words&)>> m_commands;  // fixed after construction
+    std::array<std::unique_ptr<CPortForwardOp>, kOperations> m_ops;  // each: the one channel that names it
+    std::map<std::string, std::function<void(const Words&, std::string&)>> m_commands;  // fixed after construction
 };
 
 CEngineHost::CEngineHost() {
@@ -87,17 +87,14 @@ CEngineHost::CEngineHost() {
 
 // All but Start's give an empty answer when all is well.
 void CEngineHost::AddOperationCommands() {
-    m_commands["start"] = [this](const Words& words) { return Start(words); };
-    m_commands["stop"] = [this](const Words& words) {
+    m_commands["start"] = [this](const Words& words, std::string& strAnswer) { strAnswer = Start(words); };
+    m_commands["stop"] = [this](const Words& words, std::string& strAnswer) {
         Op(words)->m_bStopping = 1;
         Op(words)->Stop();
-        return std::string(IsAtRest(*Op(words)) ? "" : "it is stopped and has something left running");
+        if (!IsAtRest(*Op(words))) strAnswer = "it is stopped and has something left running";
     };
     // Running as it is; the next start is that of a new one.
-    m_commands["delete"] = [this](const Words& words) {
-        Op(words).reset();
-        return std::string();
-    };
+    m_commands["delete"] = [this](const Words& words, std::string&) { Op(words).reset(); };
 }
 
 // The answer is the system's error, 0 if it runs.
@@ -125,47 +122,41 @@ std::string CEngineHost::Start(const Words& words) {
 
 void CEngineHost::AddProcessCommands() {
     // Behind so many starts; -1 ends it.
-    m_commands["fail threads"] = [](const Words& words) {
-        FailThreadStartsAfter(Number(words.at(1)));
-        return std::string();
-    };
-    m_commands["resolve"] = [](const Words& words) {
+    m_commands["fail threads"] = [](const Words& words, std::string&) { FailThreadStartsAfter(Number(words.at(1))); };
+    m_commands["resolve"] = [](const Words& words, std::string& strAnswer) {
         uint32_t dwIp = 0;
-        return ResolveHostName(words.at(1), &dwIp) ? FormatIpAddress(dwIp) : std::string();
+        if (ResolveHostName(words.at(1), &dwIp)) strAnswer = FormatIpAddress(dwIp);
     };
-    m_commands["set log"] = [this](const Words& words) {
+    m_commands["set log"] = [this](const Words& words, std::string&) {
         m_settings.autoLogEnabled = Number<uint8_t>(words.at(1));
         m_settings.logFilePath.Set(words.at(2));
-        return std::string();
     };
     // Language, template of an entry, of a date, whether blocked clients are left out.
-    m_commands["set texts"] = [this](const Words& words) {
+    m_commands["set texts"] = [this](const Words& words, std::string&) {
         m_settings.languageCode = Number<uint32_t>(words.at(1));
         ApplyLanguage(&m_settings);
         m_settings.logEntryFormat.Set(words.at(2));
         m_settings.logDateFormat.Set(words.at(3));
         m_settings.noLogBlocked = Number<uint8_t>(words.at(4));
-        return std::string();
     };
-    m_commands["begin log"] = [this](const Words&) {
-        return std::string(m_logWriter.Start(&m_nLogWriters) ? "" : "the log writer did not start");
+    m_commands["begin log"] = [this](const Words&, std::string& strAnswer) {
+        if (!m_logWriter.Start(&m_nLogWriters)) strAnswer = "the log writer did not start";
     };
-    m_commands["end log"] = [this](const Words&) {
-        const bool bEnded = m_logWriter.End(kLongestLogEndMs);
+    m_commands["end log"] = [this](const Words&, std::string& strAnswer) {
+        if (!m_logWriter.End(kLongestLogEndMs)) strAnswer = "the log writer does not end";
         FreeLogEntries(m_logWriter.Queue().TakeAll());
-        return std::string(bEnded ? "" : "the log writer does not end");
     };
     // Threads, sessions, set-ups.
-    m_commands["counters"] = [this](const Words&) {
-        return std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
-               std::to_string(m_counters.nPendingSetups);
+    m_commands["counters"] = [this](const Words&, std::string& strAnswer) {
+        strAnswer = std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
+                    std::to_string(m_counters.nPendingSetups);
     };
     // Bytes that are allocated when everything has been stopped; 0 where a sanitizer has the heap.
-    m_commands["heap"] = [](const Words&) {
+    m_commands["heap"] = [](const Words&, std::string& strAnswer) {
         ReleaseParkedThreads();
         malloc_trim(0);
         const struct mallinfo2 heap = mallinfo2();
-        return std::to_string(kOwnHeap ? heap.uordblks + heap.hblkhd : 0);
+        strAnswer = std::to_string(kOwnHeap ? heap.uordblks + heap.hblkhd : 0);
     };
 }
 
@@ -173,7 +164,9 @@ void CEngineHost::ServeChannel(int nSocket) {
     std::array<char, 8192> packet;
     for (ssize_t nBytes; (nBytes = recv(nSocket, packet.data(), packet.size(), 0)) > 0;) {
         const Words words = SplitAtTabs({packet.data(), static_cast<size_t>(nBytes)});
-        const std::string strAnswer = "=" + m_commands.at(words[0])(words);
+        std::string strAnswer;
+        m_commands.at(words[0])(words, strAnswer);
+        strAnswer += '=';
         send(nSocket, strAnswer.data(), strAnswer.size(), MSG_NOSIGNAL);
     }
 }

@@ -143,7 +143,7 @@ class Host:
         self.channels[channel].send("\t".join(map(str, words)).encode())
         if not (answer := self.channels[channel].recv(8192)):
             raise RuntimeError("the engine's process has ended")
-        return answer[1:].decode()
+        return answer[:-1].decode()
 
     def end(self):
         for channel in self.channels:

@@ -26,7 +26,7 @@ PEERS = {peer.name: peer for peer in bench_peers.PEERS}
 
 
 class LoadTool:
-    """A run of zelkor_bench. It ends by itself when its input ends."""
+    """A run of zelkor_bench."""
 
     def __init__(self, measurement, seconds):
         milliseconds = max(int(seconds * 1000), 1)
@@ -39,13 +39,8 @@ class LoadTool:
         return self
 
     def __exit__(self, *_):
-        self.process.stdin.close()
-        try:
-            self.process.wait(1)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            self.process.wait()
-        self.process.stdout.close()
+        self.process.kill()
+        self.process.communicate()
 
     def tell(self, number):
         self.process.stdin.write(b"%d\n" % number)

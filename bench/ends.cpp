@@ -1,23 +1,67 @@
-#include "bench/servers.h"
-
 #include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <stdexcept>
-#include <string>
+#include <cerrno>
+#include <system_error>
 #include <thread>
-#include <vector>
 
-#include "bench/net.h"
+#include "bench/load.h"
 
 namespace {
 
+// As many as a burst of clients can bring before the acceptor runs again.
+constexpr int kBacklog = 1024;
+// Datagrams that the tool's own side had no time for would count as the forwarder's losses.
+constexpr int kDatagramBufferBytes = 4 << 20;
 constexpr size_t kBufferBytes = size_t{256} << 10;
 constexpr size_t kReadyAtOnce = 64;
+
+sockaddr_in Loopback(uint16_t wPort, uint32_t nHost) {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + nHost);
+    address.sin_port = htons(wPort);
+    return address;
+}
+
+void SetUp(int nSocket, int nType) {
+    const auto set = [nSocket](int nLevel, int nName, const auto& value) {
+        static_cast<void>(setsockopt(nSocket, nLevel, nName, &value, sizeof value));
+    };
+    if (nType == SOCK_DGRAM) return set(SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
+    const timeval longest = {kStall.count(), 0};
+    set(IPPROTO_TCP, TCP_NODELAY, 1);
+    set(SOL_SOCKET, SO_RCVTIMEO, longest);
+    set(SOL_SOCKET, SO_SNDTIMEO, longest);
+}
+
+CDescriptor Bound(int nType, uint32_t nHost, bool bPortLater) {
+    CDescriptor hSocket(socket(AF_INET, nType | SOCK_CLOEXEC, 0));
+    SetUp(hSocket.Get(), nType);
+    const int nLater = bPortLater ? 1 : 0;
+    setsockopt(hSocket.Get(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &nLater, sizeof nLater);
+    const sockaddr_in address = Loopback(0, nHost);
+    Require(bind(hSocket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "binding");
+    return hSocket;
+}
+
+// On a port of the system's choice.
+CDescriptor Serve(int nType, uint16_t* pwPort) {
+    CDescriptor hServer = Bound(nType, 0, false);
+    sockaddr_in address = {};
+    socklen_t nSize = sizeof address;
+    getsockname(hServer.Get(), reinterpret_cast<sockaddr*>(&address), &nSize);
+    *pwPort = ntohs(address.sin_port);
+    if (nType == SOCK_STREAM) Require(listen(hServer.Get(), kBacklog) == 0, "listening");
+    return hServer;
+}
 
 // False at the connection's end.
 bool ServeStream(Servers& servers, int nConnection, bool bEcho, std::vector<char>& buffer) try {
@@ -46,7 +90,8 @@ void RunWorker(Servers& servers, int nPoller, bool bEcho) {
 
 void AcceptAll(const CDescriptor& hListener, const std::vector<int>& pollers) {
     for (size_t nNext = 0;; nNext = (nNext + 1) % pollers.size()) {
-        CDescriptor hConnection = Accept(hListener);
+        CDescriptor hConnection(accept4(hListener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+        SetUp(hConnection.Get(), SOCK_STREAM);
         epoll_event event = {.events = EPOLLIN, .data = {.fd = hConnection.Get()}};
         if (epoll_ctl(pollers[nNext], EPOLL_CTL_ADD, event.data.fd, &event) == 0) hConnection.Release();
     }
@@ -67,6 +112,32 @@ void EchoDatagrams(Servers& servers, const CDescriptor& hServer) {
 }
 
 }  // namespace
+
+void Require(bool bDone, const char* pszWhat) {
+    if (!bDone) throw std::system_error(errno, std::system_category(), pszWhat);
+}
+
+CDescriptor::~CDescriptor() {
+    if (m_nDescriptor >= 0) close(m_nDescriptor);
+}
+
+CDescriptor Connect(int nType, uint16_t wPort, uint32_t nSource) {
+    CDescriptor hSocket = Bound(nType, nSource, true);
+    const sockaddr_in address = Loopback(wPort, 0);
+    const auto* const pAddress = reinterpret_cast<const sockaddr*>(&address);
+    Require(connect(hSocket.Get(), pAddress, sizeof address) == 0, "connecting");
+    return hSocket;
+}
+
+void SendAll(int nSocket, const void* pData, size_t nSize) {
+    Require(send(nSocket, pData, nSize, MSG_NOSIGNAL) == static_cast<ssize_t>(nSize), "sending");
+}
+
+void ReceiveAll(int nSocket, void* pBuffer, size_t nSize) {
+    const ssize_t nBytes = recv(nSocket, pBuffer, nSize, MSG_WAITALL);
+    if (nBytes >= 0) errno = ECONNRESET;
+    Require(nBytes == static_cast<ssize_t>(nSize), "receiving");
+}
 
 Servers& StartServers(bool bEcho) {
     static Servers servers;
