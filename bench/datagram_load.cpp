@@ -29,15 +29,85 @@ struct Client {
 
 class CDatagramRun {
   public:
-    explicit CDatagramRun(const Load& load);
+    explicit CDatagramRun(const Load& load) : m_load(load), m_message(load.numbers.at(1), 'D') {
+        for (uint32_t n = 0; n < load.numbers.at(0); ++n) {
+            m_clients.push_back({Connect(SOCK_DGRAM, load.wPort), 0, {}});
+            epoll_event event = {.events = EPOLLIN, .data = {.u32 = n}};
+            epoll_ctl(m_hPoller.Get(), EPOLL_CTL_ADD, m_clients.back().hSocket.Get(), &event);
+        }
+    }
+
     // Afterwards nothing is on its way any more.
-    Figures Run(const Servers& servers);
+    Figures Run(const Servers& servers) {
+        for (uint32_t n = 0; n < m_load.numbers.at(2); ++n)
+            std::ranges::for_each(m_clients, [&](Client& c) { Send(c); });
+        double dSeconds = 0;
+        for (auto nextLook = m_now; !m_bOver || m_nSent > m_nEchoed + m_nLost;) {
+            std::array<epoll_event, kReadyAtOnce> ready = {};
+            const int nReady = epoll_wait(m_hPoller.Get(), ready.data(), kReadyAtOnce, kLookEvery.count());
+            m_now = Clock::now();
+            // The window of a busy machine is longer rather than empty.
+            if (!m_bOver && m_now >= m_begin + m_load.length && m_nInWindow > 0) {
+                dSeconds = std::chrono::duration<double>(m_now - m_begin).count();
+                m_bOver = true;
+            }
+            if (m_now > m_begin + m_load.length + kStall) throw std::runtime_error("no echo came");
+            for (int n = 0; n < nReady; ++n) ReadEchoes(m_clients[ready[static_cast<size_t>(n)].data.u32]);
+            if (m_now < nextLook) continue;
+            CountLosses();
+            nextLook = m_now + kLookEvery;
+        }
+        CheckSum(m_nEchoed <= servers.nDatagrams && servers.nDatagrams <= m_nSent, m_nEchoed, "datagrams came back",
+                 servers.nDatagrams);
+        return {{"done", m_nInWindow}, {"seconds", dSeconds}, {"sent", m_nSent},
+                {"total", m_nEchoed},  {"lost", m_nLost},     {"foreign", m_nForeign}};
+    }
 
   private:
-    void Send(Client& client);
-    void TakeEcho(Client& client, const char* pEcho, size_t nSize);
-    void ReadEchoes(Client& client);
-    void CountLosses();
+    // As long as the run is on. A refusal that an earlier datagram met does not keep this one.
+    void Send(Client& client) {
+        if (m_bOver) return;
+        std::memcpy(m_message.data(), &client.nNext, sizeof client.nNext);
+        int nTries = kSendTries;
+        while (send(client.hSocket.Get(), m_message.data(), m_message.size(), 0) < 0) {
+            Require(errno == ECONNREFUSED && --nTries > 0, "sending a datagram");
+        }
+        client.out.push_back({client.nNext++, m_now});
+        ++m_nSent;
+    }
+
+    void TakeEcho(Client& client, const char* pEcho, size_t nSize) {
+        uint64_t nNumber = client.nNext;
+        if (nSize == m_message.size() && pEcho[nSize - 1] == m_message.back())
+            std::memcpy(&nNumber, pEcho, sizeof nNumber);
+        if (nNumber >= client.nNext) ++m_nForeign;
+        const auto sent = std::ranges::find(client.out, nNumber, &Sent::nNumber);
+        if (sent == client.out.end()) return;  // also one that was counted as lost
+        client.out.erase(sent);
+        ++m_nEchoed;
+        if (m_now >= m_begin && !m_bOver) ++m_nInWindow;
+        Send(client);
+    }
+
+    void ReadEchoes(Client& client) {
+        char echo[2048];
+        // No more than were out, so that one busy client does not keep the loop from the others.
+        for (uint32_t n = 0; n < m_load.numbers.at(2); ++n) {
+            const ssize_t nSize = recv(client.hSocket.Get(), echo, sizeof echo, MSG_DONTWAIT);
+            if (nSize < 0) return;
+            TakeEcho(client, echo, static_cast<size_t>(nSize));
+        }
+    }
+
+    void CountLosses() {
+        for (Client& client : m_clients) {
+            while (!client.out.empty() && m_now - client.out.front().time >= kLostAfter) {
+                client.out.erase(client.out.begin());
+                ++m_nLost;
+                Send(client);
+            }
+        }
+    }
 
     const Load m_load;
     std::vector<char> m_message;  // what is sent, the number in front
@@ -46,92 +116,12 @@ class CDatagramRun {
     const Clock::time_point m_begin = Clock::now() + m_load.warmUp;  // of the window
     Clock::time_point m_now = Clock::now();
     bool m_bOver = false;  // nothing more is sent
-    uint64_t m_nOut = 0;
     uint64_t m_nSent = 0;
     uint64_t m_nEchoed = 0;
     uint64_t m_nInWindow = 0;
     uint64_t m_nLost = 0;
     uint64_t m_nForeign = 0;  // came, and are nothing that was sent
 };
-
-CDatagramRun::CDatagramRun(const Load& load) : m_load(load), m_message(load.numbers.at(1), 'D') {
-    for (uint32_t n = 0; n < load.numbers.at(0); ++n) {
-        m_clients.push_back({Connect(SOCK_DGRAM, load.wPort), 0, {}});
-        epoll_event event = {.events = EPOLLIN, .data = {.u32 = n}};
-        epoll_ctl(m_hPoller.Get(), EPOLL_CTL_ADD, m_clients.back().hSocket.Get(), &event);
-    }
-}
-
-// As long as the run is on. A refusal that an earlier datagram met does not keep this one.
-void CDatagramRun::Send(Client& client) {
-    if (m_bOver) return;
-    std::memcpy(m_message.data(), &client.nNext, sizeof client.nNext);
-    int nTries = kSendTries;
-    while (send(client.hSocket.Get(), m_message.data(), m_message.size(), 0) < 0) {
-        Require(errno == ECONNREFUSED && --nTries > 0, "sending a datagram");
-    }
-    client.out.push_back({client.nNext++, m_now});
-    ++m_nOut;
-    ++m_nSent;
-}
-
-void CDatagramRun::TakeEcho(Client& client, const char* pEcho, size_t nSize) {
-    uint64_t nNumber = client.nNext;
-    if (nSize == m_message.size() && pEcho[nSize - 1] == m_message.back()) std::memcpy(&nNumber, pEcho, sizeof nNumber);
-    if (nNumber >= client.nNext) ++m_nForeign;
-    const auto sent = std::ranges::find(client.out, nNumber, &Sent::nNumber);
-    if (sent == client.out.end()) return;  // also one that was counted as lost
-    client.out.erase(sent);
-    --m_nOut;
-    ++m_nEchoed;
-    if (m_now >= m_begin && !m_bOver) ++m_nInWindow;
-    Send(client);
-}
-
-void CDatagramRun::ReadEchoes(Client& client) {
-    char echo[2048];
-    // No more than were out, so that one busy client does not keep the loop from the others.
-    for (uint32_t n = 0; n < m_load.numbers.at(2); ++n) {
-        const ssize_t nSize = recv(client.hSocket.Get(), echo, sizeof echo, MSG_DONTWAIT);
-        if (nSize < 0) return;
-        TakeEcho(client, echo, static_cast<size_t>(nSize));
-    }
-}
-
-void CDatagramRun::CountLosses() {
-    for (Client& client : m_clients) {
-        while (!client.out.empty() && m_now - client.out.front().time >= kLostAfter) {
-            client.out.erase(client.out.begin());
-            --m_nOut;
-            ++m_nLost;
-            Send(client);
-        }
-    }
-}
-
-Figures CDatagramRun::Run(const Servers& servers) {
-    for (uint32_t n = 0; n < m_load.numbers.at(2); ++n) std::ranges::for_each(m_clients, [&](Client& c) { Send(c); });
-    double dSeconds = 0;
-    for (auto nextLook = m_now; !m_bOver || m_nOut > 0;) {
-        std::array<epoll_event, kReadyAtOnce> ready = {};
-        const int nReady = epoll_wait(m_hPoller.Get(), ready.data(), kReadyAtOnce, kLookEvery.count());
-        m_now = Clock::now();
-        // The window of a busy machine is longer rather than empty.
-        if (!m_bOver && m_now >= m_begin + m_load.length && m_nInWindow > 0) {
-            dSeconds = std::chrono::duration<double>(m_now - m_begin).count();
-            m_bOver = true;
-        }
-        if (m_now > m_begin + m_load.length + kStall) throw std::runtime_error("no echo came");
-        for (int n = 0; n < nReady; ++n) ReadEchoes(m_clients[ready[static_cast<size_t>(n)].data.u32]);
-        if (m_now < nextLook) continue;
-        CountLosses();
-        nextLook = m_now + kLookEvery;
-    }
-    CheckSum(m_nSent == m_nEchoed + m_nLost && m_nEchoed <= servers.nDatagrams && servers.nDatagrams <= m_nSent,
-             m_nEchoed, "datagrams came back", servers.nDatagrams);
-    return {{"done", m_nInWindow}, {"seconds", dSeconds}, {"sent", m_nSent},
-            {"total", m_nEchoed},  {"lost", m_nLost},     {"foreign", m_nForeign}};
-}
 
 }  // namespace
 

@@ -23,38 +23,31 @@ constexpr int kDatagramBufferBytes = 4 << 20;
 constexpr size_t kBufferBytes = size_t{256} << 10;
 constexpr size_t kReadyAtOnce = 64;
 
-sockaddr_in Loopback(uint16_t wPort, uint32_t nHost) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + nHost);
-    address.sin_port = htons(wPort);
-    return address;
+template <class T>
+void SetOption(int nSocket, int nLevel, int nName, T value) {
+    static_cast<void>(setsockopt(nSocket, nLevel, nName, &value, sizeof value));
 }
 
 void SetUp(int nSocket, int nType) {
-    const auto set = [nSocket](int nLevel, int nName, const auto& value) {
-        static_cast<void>(setsockopt(nSocket, nLevel, nName, &value, sizeof value));
-    };
-    if (nType == SOCK_DGRAM) return set(SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
-    const timeval longest = {kStall.count(), 0};
-    set(IPPROTO_TCP, TCP_NODELAY, 1);
-    set(SOL_SOCKET, SO_RCVTIMEO, longest);
-    set(SOL_SOCKET, SO_SNDTIMEO, longest);
+    if (nType == SOCK_DGRAM) return SetOption(nSocket, SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
+    SetOption(nSocket, IPPROTO_TCP, TCP_NODELAY, 1);
+    SetOption(nSocket, SOL_SOCKET, SO_RCVTIMEO, timeval{kStall.count(), 0});
+    SetOption(nSocket, SOL_SOCKET, SO_SNDTIMEO, timeval{kStall.count(), 0});
 }
 
-CDescriptor Bound(int nType, uint32_t nHost, bool bPortLater) {
-    CDescriptor hSocket(socket(AF_INET, nType | SOCK_CLOEXEC, 0));
-    SetUp(hSocket.Get(), nType);
-    const int nLater = bPortLater ? 1 : 0;
-    setsockopt(hSocket.Get(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &nLater, sizeof nLater);
-    const sockaddr_in address = Loopback(0, nHost);
-    Require(bind(hSocket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "binding");
-    return hSocket;
+// Binds or connects it.
+void NameEnd(const CDescriptor& hSocket, decltype(&connect) pfnName, uint32_t nHost, uint16_t wPort,
+             const char* pszWhat) {
+    sockaddr_in address = {.sin_family = AF_INET, .sin_port = htons(wPort), .sin_addr = {}, .sin_zero = {}};
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + nHost);
+    Require(pfnName(hSocket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, pszWhat);
 }
 
 // On a port of the system's choice.
 CDescriptor Serve(int nType, uint16_t* pwPort) {
-    CDescriptor hServer = Bound(nType, 0, false);
+    CDescriptor hServer(socket(AF_INET, nType | SOCK_CLOEXEC, 0));
+    SetUp(hServer.Get(), nType);
+    NameEnd(hServer, bind, 0, 0, "binding");
     sockaddr_in address = {};
     socklen_t nSize = sizeof address;
     getsockname(hServer.Get(), reinterpret_cast<sockaddr*>(&address), &nSize);
@@ -122,10 +115,11 @@ CDescriptor::~CDescriptor() {
 }
 
 CDescriptor Connect(int nType, uint16_t wPort, uint32_t nSource) {
-    CDescriptor hSocket = Bound(nType, nSource, true);
-    const sockaddr_in address = Loopback(wPort, 0);
-    const auto* const pAddress = reinterpret_cast<const sockaddr*>(&address);
-    Require(connect(hSocket.Get(), pAddress, sizeof address) == 0, "connecting");
+    CDescriptor hSocket(socket(AF_INET, nType | SOCK_CLOEXEC, 0));
+    SetUp(hSocket.Get(), nType);
+    SetOption(hSocket.Get(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, 1);
+    NameEnd(hSocket, bind, nSource, 0, "binding");
+    NameEnd(hSocket, connect, 0, wPort, "connecting");
     return hSocket;
 }
 

@@ -1,5 +1,6 @@
-// What the parts of the load tool share: sockets (loopback only, IPv4, ports in host byte order), the servers, the kinds of
-// load. What fails throws. Sockets block, but those of TCP no longer than kStall: what stands still for that long is broken.
+// What the parts of the load tool share: sockets (loopback only, IPv4, ports in host byte order), the servers, the
+// kinds of load. What fails throws. Sockets block, but those of TCP no longer than kStall: what stands still for that
+// long is broken.
 #pragma once
 
 #include <atomic>
@@ -68,8 +69,8 @@ struct Load {
     std::chrono::milliseconds warmUp{0};  // in front of the part of the run that counts
     std::chrono::milliseconds length{0};
 };
-// Each kind drives its clients through the port, and gives figures of the measured window ("done" in "seconds") and of the
-// whole run, warm-up included.
+// Each kind drives its clients through the port, and gives figures of the measured window ("done" in "seconds") and of
+// the whole run, warm-up included.
 
 /// CLIENTS that send as fast as they can into a server that drops everything.
 Figures MeasureThroughput(Servers& servers, const Load& load);
@@ -77,9 +78,9 @@ Figures MeasureThroughput(Servers& servers, const Load& load);
 Figures MeasureConnections(Servers& servers, const Load& load);
 /// One client that sends BYTES and waits for their echo, again and again.
 Figures MeasureRoundTrip(Servers& servers, const Load& load);
-/// CLIENTS that each keep some datagrams of BYTES (above 8) on their way to the echo and back: IN-FLIGHT. One whose echo
-/// has not come within a quarter of a second is counted as lost, and another takes its place. An echo that comes later
-/// is ignored: sent = echoed + lost.
+/// CLIENTS that each keep some datagrams of BYTES (above 8) on their way to the echo and back: IN-FLIGHT. One whose
+/// echo has not come within a quarter of a second is counted as lost, and another takes its place. An echo that comes
+/// later is ignored: sent = echoed + lost.
 Figures MeasureDatagrams(Servers& servers, const Load& load);
 /// Connections that are kept open: each line of the standard input says how many in all, and is answered. Each has had
 /// 64 bytes echoed, so that the forwarder has it standing on both sides.

@@ -18,19 +18,9 @@ constexpr size_t kWriteBytes = size_t{128} << 10;
 constexpr size_t kSessionBytes = 64;
 constexpr char kByte = 'E';
 
-// How much a sum grew in the window. The window of a busy machine is longer rather than empty.
-Figures WatchWindow(const Load& load, const Count& nSum) {
-    std::this_thread::sleep_for(load.warmUp);
-    const uint64_t nBefore = nSum;
-    const auto begin = Clock::now();
-    do std::this_thread::sleep_for(load.length);
-    while (nSum == nBefore && Clock::now() < begin + load.length + kStall);
-    const double dSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
-    return {{"done", nSum - nBefore}, {"seconds", dSeconds}};
-}
-
-// Runs the clients, each on a thread of its own, while the window passes; work(client's number, stop) returns soon after
-// the stop. What a client throws is thrown.
+// Runs the clients, each on a thread of its own, while the window passes; work(client's number, stop) returns soon
+// after the stop. What a client throws is thrown. The figures are how much the sum grew in the window, and the window's
+// length: that of a busy machine is longer rather than empty.
 Figures RunClients(const Load& load, const Count& nSum,
                    const std::function<void(uint32_t, const std::atomic<bool>&)>& work) {
     std::atomic<bool> bStop = false;
@@ -38,30 +28,34 @@ Figures RunClients(const Load& load, const Count& nSum,
     for (uint32_t n = 0; n < load.numbers.at(0); ++n) {
         clients.push_back(std::async(std::launch::async, work, n, std::cref(bStop)));
     }
-    Figures figures = WatchWindow(load, nSum);
+    std::this_thread::sleep_for(load.warmUp);
+    const uint64_t nBefore = nSum;
+    const auto begin = Clock::now();
+    do std::this_thread::sleep_for(load.length);
+    while (nSum == nBefore && Clock::now() < begin + load.length + kStall);
+    const double dSeconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    const uint64_t nDone = nSum - nBefore;
     bStop = true;
     for (auto& client : clients) client.get();
-    return figures;
+    return {{"done", nDone}, {"seconds", dSeconds}};
 }
 
-void SendUntil(int nSocket, const std::atomic<bool>& bStop, Count& nSent) {
+void SendUntil(uint16_t wPort, const std::atomic<bool>& bStop, Count& nSent) {
+    const CDescriptor hSocket = Connect(SOCK_STREAM, wPort);
     const std::vector<char> data(kWriteBytes, kByte);
-    while (!bStop) {
-        SendAll(nSocket, data.data(), data.size());
-        nSent += data.size();
-    }
-    shutdown(nSocket, SHUT_WR);
+    for (; !bStop; nSent += data.size()) SendAll(hSocket.Get(), data.data(), data.size());
+    shutdown(hSocket.Get(), SHUT_WR);
     // The other side's end, so that its last bytes are not thrown away by a close.
     char chEnd = 0;
-    static_cast<void>(recv(nSocket, &chEnd, 1, 0));
+    static_cast<void>(recv(hSocket.Get(), &chEnd, 1, 0));
 }
 
-void Visit(uint16_t wPort, uint32_t nSource) {
-    const CDescriptor hSocket = Connect(SOCK_STREAM, wPort, nSource);
-    char chByte = kByte;
-    SendAll(hSocket.Get(), &chByte, 1);
-    ReceiveAll(hSocket.Get(), &chByte, 1);
-    if (chByte != kByte) throw std::runtime_error("another byte came back");
+void Exchange(const CDescriptor& hSocket, size_t nBytes) {
+    std::vector<char> message(nBytes, kByte);
+    SendAll(hSocket.Get(), message.data(), nBytes);
+    message.back() = 0;
+    ReceiveAll(hSocket.Get(), message.data(), nBytes);
+    if (message.back() != kByte) throw std::runtime_error("another byte came back");
 }
 
 // The value that so much of the whole does not exceed, in microseconds. The times are in order and not empty.
@@ -73,14 +67,11 @@ double PercentileUs(const std::vector<Clock::duration>& times, double dShare) {
 }  // namespace
 
 Figures MeasureThroughput(Servers& servers, const Load& load) {
-    const uint32_t nClients = load.numbers.at(0);
     Count nSent = 0;
-    std::vector<CDescriptor> sockets;
-    for (uint32_t n = 0; n < nClients; ++n) sockets.push_back(Connect(SOCK_STREAM, load.wPort));
-    Figures figures = RunClients(load, servers.nStreamBytes, [&](uint32_t nClient, const std::atomic<bool>& bStop) {
-        SendUntil(sockets[nClient].Get(), bStop, nSent);
+    Figures figures = RunClients(load, servers.nStreamBytes, [&](uint32_t, const std::atomic<bool>& bStop) {
+        SendUntil(load.wPort, bStop, nSent);
     });
-    for (const auto end = Clock::now() + kStall; servers.nStreamEnds < nClients;) {
+    for (const auto end = Clock::now() + kStall; servers.nStreamEnds < load.numbers.at(0);) {
         if (Clock::now() > end) throw std::runtime_error("the end of a stream did not arrive");
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
@@ -96,7 +87,7 @@ Figures MeasureConnections(Servers& servers, const Load& load) {
         std::exception_ptr pFailure;
         while (!bStop) {
             try {
-                Visit(load.wPort, nClient);
+                Exchange(Connect(SOCK_STREAM, load.wPort, nClient), 1);
                 ++nDone;
             } catch (const std::exception&) {
                 pFailure = std::current_exception();
@@ -114,18 +105,17 @@ Figures MeasureConnections(Servers& servers, const Load& load) {
 
 Figures MeasureRoundTrip(Servers& servers, const Load& load) {
     const CDescriptor hSocket = Connect(SOCK_STREAM, load.wPort);
-    std::vector<char> message(load.numbers.at(0), kByte);
+    const size_t nBytes = load.numbers.at(0);
     std::vector<Clock::duration> times;  // of the messages that began in the window
     uint64_t nTotal = 0;
     const auto begin = Clock::now() + load.warmUp;
     for (auto sent = Clock::now(); sent < begin + load.length || times.empty(); ++nTotal) {
-        SendAll(hSocket.Get(), message.data(), message.size());
-        ReceiveAll(hSocket.Get(), message.data(), message.size());
+        Exchange(hSocket, nBytes);
         const auto now = Clock::now();
         if (sent >= begin) times.push_back(now - sent);
         sent = now;
     }
-    CheckSum(servers.nStreamBytes == nTotal * message.size(), nTotal, "messages came back", servers.nStreamBytes);
+    CheckSum(servers.nStreamBytes == nTotal * nBytes, nTotal, "messages came back", servers.nStreamBytes);
     std::ranges::sort(times);
     return {{"p50_us", PercentileUs(times, 0.50)}, {"p99_us", PercentileUs(times, 0.99)}};
 }
@@ -135,9 +125,7 @@ Figures HoldSessions(Servers& /*servers*/, const Load& load) {
     for (size_t nCount = 0; std::cin >> nCount; PrintFigures({})) {
         while (sessions.size() < nCount) {
             sessions.push_back(Connect(SOCK_STREAM, load.wPort));
-            char message[kSessionBytes] = {};
-            SendAll(sessions.back().Get(), message, sizeof message);
-            ReceiveAll(sessions.back().Get(), message, sizeof message);
+            Exchange(sessions.back(), kSessionBytes);
         }
     }
     return {};

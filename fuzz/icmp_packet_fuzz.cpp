@@ -13,8 +13,6 @@ namespace {
 using Bytes = std::span<const uint8_t>;
 using Sessions = std::vector<std::shared_ptr<UdpSession>>;
 
-constexpr size_t kOuterHeaderBytes = 20;
-
 uint32_t AddressAt(Bytes bytes, size_t nAt) {
     uint32_t dwIp = 0;
     std::memcpy(&dwIp, &bytes[nAt], sizeof dwIp);
@@ -23,10 +21,6 @@ uint32_t AddressAt(Bytes bytes, size_t nAt) {
 
 uint32_t WordAt(Bytes bytes, size_t nAt) {
     return uint32_t{bytes[nAt]} * 256 + bytes[nAt + 1];
-}
-
-bool IsSame(Bytes left, size_t nLeft, Bytes right, size_t nRight, size_t nSize) {
-    return std::memcmp(&left[nLeft], &right[nRight], nSize) == 0;
 }
 
 // A sum in one's complement is one modulo 65535; with its checksum it is a multiple of that.
@@ -74,15 +68,15 @@ bool IsAbout(Bytes packet, uint32_t dwTarget, uint16_t wPort, const UdpSession& 
 void CheckMessage(Bytes packet, Bytes message, const Endpoint& client, const Endpoint& listener) {
     Check(IsSumRight(message), "the checksum of the message is right");
     Check(IsSumRight(message.subspan(8, 20)), "the checksum of the quoted header is right");
-    Check(IsSame(message, 0, packet, 20, 2), "type and code are those of the error");
-    Check(IsSame(message, 4, packet, 24, 14),
-          "the rest of the header and of the quoted one's beginning is the error's");
+    Check(std::ranges::equal(message.first(2), packet.subspan(20, 2)), "type and code are those of the error");
+    Check(std::ranges::equal(message.subspan(4, 14), packet.subspan(24, 14)),
+          "the rest of the header and the quoted one's beginning stay");
     Check(AddressAt(message, 20) == client.dwIp && WordAt(message, 28) == client.wPort, "the client is the sender");
     Check(AddressAt(message, 24) == listener.dwIp && WordAt(message, 30) == listener.wPort, "the listener receives");
-    Check(IsSame(message, 32, packet, 52, 2), "the quoted length is the error's");
+    Check(std::ranges::equal(message.subspan(32, 2), packet.subspan(52, 2)), "the quoted length is the error's");
     Check(WordAt(message, 34) == 0, "the quoted datagram has no checksum");
     // The client's system takes the message as this machine took the error.
-    std::vector<uint8_t> received(packet.begin(), packet.begin() + kOuterHeaderBytes);
+    std::vector<uint8_t> received(packet.begin(), packet.begin() + 20);  // the outer header
     received.insert(received.end(), message.begin(), message.end());
     const auto quoted = ReadIcmpError(received);
     Check(quoted && quoted->target == listener && quoted->wSourcePort == client.wPort, "it tells its datagram");

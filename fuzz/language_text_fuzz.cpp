@@ -18,10 +18,6 @@ using Slots = std::map<int64_t, std::string>;  // those that hold a text
 
 constexpr char kMark[] = "\r\n[";
 
-bool ShowNothing(const Message&) {
-    return true;
-}
-
 std::string ToAnsi(const std::vector<uint8_t>& bytes) {
     std::u16string strWide;
     for (size_t n = 1; n < bytes.size(); n += 2) {
@@ -38,14 +34,12 @@ std::string ToAnsi(const std::vector<uint8_t>& bytes) {
 }
 
 std::string WithoutEscapes(const std::string& strText) {
-    const std::string strCodes = "rnt\"'";
-    const std::string strValues = "\r\n\t\"'";
+    const std::map<char, char> codes = {{'r', '\r'}, {'n', '\n'}, {'t', '\t'}, {'"', '"'}, {'\'', '\''}};
     std::string strResult;
     for (size_t n = 0; n < strText.size(); ++n) {
-        const size_t nCode =
-            strText[n] == '\\' && n + 1 < strText.size() ? strCodes.find(strText[n + 1]) : std::string::npos;
-        strResult += nCode == std::string::npos ? strText[n] : strValues[nCode];
-        if (nCode != std::string::npos) ++n;
+        const auto code = strText[n] == '\\' && n + 1 < strText.size() ? codes.find(strText[n + 1]) : codes.end();
+        strResult += code == codes.end() ? strText[n] : code->second;
+        if (code != codes.end()) ++n;
     }
     return strResult;
 }
@@ -125,7 +119,7 @@ void CheckZone(const std::vector<uint8_t>& bytes, std::string strText) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
-    SetMessageHandler(ShowNothing);
+    SetMessageHandler([](const Message&) { return true; });
     const std::vector<uint8_t> bytes(pData, pData + nSize);
     const std::string strText = ToAnsi(bytes);
     CheckFile(bytes, strText);

@@ -1,5 +1,5 @@
-// The two templates of a log line: any texts, any event, any time. What the formatter gives is compared with a model, which
-// expands them as their description says it: step after step, without regard to time or memory.
+// The two templates of a log line: any texts, any event, any time. What the formatter gives is compared with a model,
+// which expands them as their description says it: step after step, without regard to time or memory.
 #include <optional>
 #include <span>
 #include <utility>

@@ -128,18 +128,9 @@ std::string PutTogether(const FileParts& parts, const FileParts& defaults) {
            Joined(parts.records) + Joined(parts.behind, defaults.behind);
 }
 
-bool ShowNothing(const Message&) {
-    return true;
-}
-
 std::string ImageOf(const AppSettings& settings) {
     const std::vector<uint8_t> image = BuildSettingsImage(settings);
     return {image.begin(), image.end()};
-}
-
-const FileParts& DefaultParts() {
-    static const FileParts defaults = TakeApart(ImageOf(AppSettings()));
-    return defaults;
 }
 
 void CheckChain(const AppSettings& settings) {
@@ -174,8 +165,9 @@ void CheckSave(const AppSettings& settings, const std::string& strImage, const C
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
-    SetMessageHandler(ShowNothing);
+    SetMessageHandler([](const Message&) { return true; });
     static const CFuzzFile file;
+    static const FileParts defaults = TakeApart(ImageOf(AppSettings()));
     file.Write({pData, pData + nSize});
     AppSettings settings;
     const SettingsFileResult result = LoadSettingsFile(&settings, file.Path());
@@ -183,7 +175,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
     CheckResult(result, parts);
     CheckChain(settings);
     const std::string strImage = ImageOf(settings);
-    Check(strImage == PutTogether(parts, DefaultParts()), "what the file holds is kept, and the rest has its defaults");
+    Check(strImage == PutTogether(parts, defaults), "what the file holds is kept, and the rest has its defaults");
     CheckSave(settings, strImage, file);
     return 0;
 }

@@ -1,8 +1,9 @@
 // The engine under test as a process of its own, which does what the supervisor of the soak says.
 //
-// Its arguments are descriptors of packet sockets. Each is served by one thread: a packet is a command, its words between
-// tabs, and one packet answers it, with an equals sign at its end. An operation is named on one socket only, so that one thread
-// starts and stops it; commands that name none come on the first socket. The process ends when all are closed.
+// Its arguments are descriptors of packet sockets. Each is served by one thread: a packet is a command, its words
+// between tabs, and one packet answers it, with an equals sign at its end. An operation is named on one socket only, so
+// that one thread starts and stops it; commands that name none come on the first socket. The process ends when all are
+// closed.
 #include <malloc.h>
 #include <sys/socket.h>
 
@@ -20,6 +21,7 @@
 #include "platform/threads/threads.h"
 #include "shell/app_settings.h"
 #include "shell/link_operation.h"
+#include "store/byte_reader.h"
 #include "store/settings_image.h"
 
 namespace {
@@ -30,21 +32,16 @@ constexpr size_t kOperations = 64;
 constexpr uint32_t kTimerMs = 20;
 constexpr uint32_t kLongestLogEndMs = 60'000;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kOwnHeap = false;
-#else
-constexpr bool kOwnHeap = true;
-#endif
-
 template <class T = int32_t>
 T Number(const std::string& strWord) {
     return static_cast<T>(std::stol(strWord));
 }
 
+// What a start has behind its number can hold tabs.
 Words SplitAtTabs(const std::string& strPacket) {
     Words words;
     for (size_t nFrom = 0, nTab = 0; nTab != std::string::npos; nFrom = nTab + 1) {
-        nTab = strPacket.find('\t', nFrom);
+        nTab = words.size() == 2 && words[0] == "start" ? std::string::npos : strPacket.find('\t', nFrom);
         words.push_back(strPacket.substr(nFrom, nTab - nFrom));
     }
     return words;
@@ -57,8 +54,24 @@ bool IsAtRest(CPortForwardOp& op) {
 
 class CEngineHost {
   public:
-    CEngineHost();
-    void ServeChannel(int nSocket);
+    CEngineHost() {
+        ApplyLanguage(&m_settings);
+        SetDefaultSettings(&m_settings);
+        AddOperationCommands();
+        AddProcessCommands();
+    }
+
+    void ServeChannel(int nSocket) {
+        std::array<char, 8192> packet;
+        for (ssize_t nBytes; (nBytes = recv(nSocket, packet.data(), packet.size(), 0)) > 0;) {
+            const Words words = SplitAtTabs({packet.data(), static_cast<size_t>(nBytes)});
+            std::string strAnswer;
+            m_commands.at(words[0])(words, strAnswer);
+            strAnswer += '=';
+            send(nSocket, strAnswer.data(), strAnswer.size(), MSG_NOSIGNAL);
+        }
+    }
+
     /// Asks for the log to be written, as the timer of the program does.
     void RunLogTimer(const std::atomic<bool>& bEnd) {
         for (; !bEnd; Sleep(kTimerMs)) m_logWriter.RequestFlush();
@@ -66,9 +79,73 @@ class CEngineHost {
 
   private:
     std::unique_ptr<CPortForwardOp>& Op(const Words& words) { return m_ops.at(Number<size_t>(words.at(1))); }
-    void AddOperationCommands();
-    void AddProcessCommands();
-    std::string Start(const Words& words);
+
+    void AddOperationCommands() {
+        m_commands["start"] = [this](const Words& words, std::string& strAnswer) { strAnswer = Start(words); };
+        m_commands["stop"] = [this](const Words& words, std::string& strAnswer) {
+            Op(words)->m_bStopping = 1;
+            Op(words)->Stop();
+            if (!IsAtRest(*Op(words))) strAnswer = "it is stopped and has something left running";
+        };
+        // Running as it is; the next start is that of a new one.
+        m_commands["delete"] = [this](const Words& words, std::string&) { Op(words).reset(); };
+    }
+
+    std::string Start(const Words& words) {
+        auto& pOp = Op(words);
+        if (!pOp) {
+            pOp = std::make_unique<CPortForwardOp>();
+            LinkOperation(pOp.get(), m_settings, &m_counters, &m_logWriter.Queue());
+        }
+        AppSettings settings;
+        int32_t nOperations = 0;
+        CByteReader reader(std::span(reinterpret_cast<const uint8_t*>(words.at(2).data()), words.at(2).size()));
+        if (!ReadSettingsFields(&reader, &settings, &nOperations) || nOperations != 1) return "no settings";
+        pOp->m_settings = settings.firstOp->m_settings;
+        return pOp->Start() ? "0" : std::to_string(pOp->m_nStartError);
+    }
+
+    void AddProcessCommands() {
+        // Behind so many starts; -1 ends it.
+        m_commands["fail threads"] = [](const Words& words, std::string&) {
+            FailThreadStartsAfter(Number(words.at(1)));
+        };
+        m_commands["resolve"] = [](const Words& words, std::string& strAnswer) {
+            uint32_t dwIp = 0;
+            if (ResolveHostName(words.at(1), &dwIp)) strAnswer = FormatIpAddress(dwIp);
+        };
+        m_commands["set log"] = [this](const Words& words, std::string&) {
+            m_settings.autoLogEnabled = Number<uint8_t>(words.at(1));
+            m_settings.logFilePath.Set(words.at(2));
+        };
+        // Language, template of an entry, of a date, whether blocked clients are left out.
+        m_commands["set texts"] = [this](const Words& words, std::string&) {
+            m_settings.languageCode = Number<uint32_t>(words.at(1));
+            ApplyLanguage(&m_settings);
+            m_settings.logEntryFormat.Set(words.at(2));
+            m_settings.logDateFormat.Set(words.at(3));
+            m_settings.noLogBlocked = Number<uint8_t>(words.at(4));
+        };
+        m_commands["begin log"] = [this](const Words&, std::string& strAnswer) {
+            if (!m_logWriter.Start(&m_nLogWriters)) strAnswer = "the log writer did not start";
+        };
+        m_commands["end log"] = [this](const Words&, std::string& strAnswer) {
+            if (!m_logWriter.End(kLongestLogEndMs)) strAnswer = "the log writer does not end";
+            FreeLogEntries(m_logWriter.Queue().TakeAll());
+        };
+        // Threads, sessions, set-ups.
+        m_commands["counters"] = [this](const Words&, std::string& strAnswer) {
+            strAnswer = std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
+                        std::to_string(m_counters.nPendingSetups);
+        };
+        // Bytes that are allocated when everything has been stopped; 0 where a sanitizer has the heap.
+        m_commands["heap"] = [](const Words&, std::string& strAnswer) {
+            ReleaseParkedThreads();
+            malloc_trim(0);
+            const struct mallinfo2 heap = mallinfo2();
+            strAnswer = std::to_string(ZELKOR_OWN_HEAP ? heap.uordblks + heap.hblkhd : 0);
+        };
+    }
 
     AppSettings m_settings;
     EngineCounters m_counters;
@@ -77,99 +154,6 @@ class CEngineHost {
     std::array<std::unique_ptr<CPortForwardOp>, kOperations> m_ops;  // each: the one channel that names it
     std::map<std::string, std::function<void(const Words&, std::string&)>> m_commands;  // fixed after construction
 };
-
-CEngineHost::CEngineHost() {
-    ApplyLanguage(&m_settings);
-    SetDefaultSettings(&m_settings);
-    AddOperationCommands();
-    AddProcessCommands();
-}
-
-// All but Start's give an empty answer when all is well.
-void CEngineHost::AddOperationCommands() {
-    m_commands["start"] = [this](const Words& words, std::string& strAnswer) { strAnswer = Start(words); };
-    m_commands["stop"] = [this](const Words& words, std::string& strAnswer) {
-        Op(words)->m_bStopping = 1;
-        Op(words)->Stop();
-        if (!IsAtRest(*Op(words))) strAnswer = "it is stopped and has something left running";
-    };
-    // Running as it is; the next start is that of a new one.
-    m_commands["delete"] = [this](const Words& words, std::string&) { Op(words).reset(); };
-}
-
-// The answer is the system's error, 0 if it runs.
-std::string CEngineHost::Start(const Words& words) {
-    auto& pOp = Op(words);
-    if (!pOp) {
-        pOp = std::make_unique<CPortForwardOp>();
-        LinkOperation(pOp.get(), m_settings, &m_counters, &m_logWriter.Queue());
-    }
-    OpSettings& settings = pOp->m_settings;
-    settings.m_nProtocol = Number(words.at(2));
-    if (!ParseIpAddress(words.at(3), &settings.m_dwLocalIp)) return "no address";
-    settings.m_wLocalPort = Number<uint16_t>(words.at(4));
-    settings.m_strRemoteHost = words.at(5);
-    settings.m_wRemotePort = Number<uint16_t>(words.at(6));
-    settings.m_bBounce = Number<uint8_t>(words.at(7));
-    settings.m_nMaxSessions = Number(words.at(8));
-    settings.m_nUdpTimeoutMs = Number(words.at(9));
-    settings.m_bFiltersEnabled = Number<uint8_t>(words.at(10));
-    // Lists that let the load in, whatever their length.
-    settings.m_allowRanges.assign(Number<size_t>(words.at(11)), {IpFromNumber(0x7F000000), IpFromNumber(0x7FFFFFFF)});
-    settings.m_blockRanges.assign(Number<size_t>(words.at(12)), {IpFromNumber(0x0A000001), IpFromNumber(0x0AFFFFFF)});
-    return pOp->Start() ? "0" : std::to_string(pOp->m_nStartError);
-}
-
-void CEngineHost::AddProcessCommands() {
-    // Behind so many starts; -1 ends it.
-    m_commands["fail threads"] = [](const Words& words, std::string&) { FailThreadStartsAfter(Number(words.at(1))); };
-    m_commands["resolve"] = [](const Words& words, std::string& strAnswer) {
-        uint32_t dwIp = 0;
-        if (ResolveHostName(words.at(1), &dwIp)) strAnswer = FormatIpAddress(dwIp);
-    };
-    m_commands["set log"] = [this](const Words& words, std::string&) {
-        m_settings.autoLogEnabled = Number<uint8_t>(words.at(1));
-        m_settings.logFilePath.Set(words.at(2));
-    };
-    // Language, template of an entry, of a date, whether blocked clients are left out.
-    m_commands["set texts"] = [this](const Words& words, std::string&) {
-        m_settings.languageCode = Number<uint32_t>(words.at(1));
-        ApplyLanguage(&m_settings);
-        m_settings.logEntryFormat.Set(words.at(2));
-        m_settings.logDateFormat.Set(words.at(3));
-        m_settings.noLogBlocked = Number<uint8_t>(words.at(4));
-    };
-    m_commands["begin log"] = [this](const Words&, std::string& strAnswer) {
-        if (!m_logWriter.Start(&m_nLogWriters)) strAnswer = "the log writer did not start";
-    };
-    m_commands["end log"] = [this](const Words&, std::string& strAnswer) {
-        if (!m_logWriter.End(kLongestLogEndMs)) strAnswer = "the log writer does not end";
-        FreeLogEntries(m_logWriter.Queue().TakeAll());
-    };
-    // Threads, sessions, set-ups.
-    m_commands["counters"] = [this](const Words&, std::string& strAnswer) {
-        strAnswer = std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
-                    std::to_string(m_counters.nPendingSetups);
-    };
-    // Bytes that are allocated when everything has been stopped; 0 where a sanitizer has the heap.
-    m_commands["heap"] = [](const Words&, std::string& strAnswer) {
-        ReleaseParkedThreads();
-        malloc_trim(0);
-        const struct mallinfo2 heap = mallinfo2();
-        strAnswer = std::to_string(kOwnHeap ? heap.uordblks + heap.hblkhd : 0);
-    };
-}
-
-void CEngineHost::ServeChannel(int nSocket) {
-    std::array<char, 8192> packet;
-    for (ssize_t nBytes; (nBytes = recv(nSocket, packet.data(), packet.size(), 0)) > 0;) {
-        const Words words = SplitAtTabs({packet.data(), static_cast<size_t>(nBytes)});
-        std::string strAnswer;
-        m_commands.at(words[0])(words, strAnswer);
-        strAnswer += '=';
-        send(nSocket, strAnswer.data(), strAnswer.size(), MSG_NOSIGNAL);
-    }
-}
 
 }  // namespace
 

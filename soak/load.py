@@ -1,12 +1,12 @@
-"""The load of a soak: a process of clients or a server, at both ends of the operations; every byte that arrives is checked.
+"""The load of a soak: a process of clients or a server, at the ends of the operations; every byte is checked.
 
-    load.py client NUMBER PLAN SEED
-    load.py server NUMBER PLAN
+    load.py client|server NUMBER PLAN SEED
 
-PLAN is JSON: the addresses, and the operations with their servers. The process ends its sessions and then itself when its
-standard input ends. What it prints is for the supervisor, one JSON array a line: ["counts", {name: number}], ["serving",
-number], ["fail", text], or ["judge", what, operation, client, begin, end, text] for a failure that a fault excuses if it
-touched the session between these moments of the monotonic clock; what is "life" or, of a refused session, "admission".
+PLAN is JSON: the addresses, and the operations with their servers. The process ends its sessions and then itself when
+its standard input ends. What it prints is for the supervisor, one JSON array a line: ["counts", {name: number}],
+["begun", role, number], ["fail", text], or ["judge", what, operation, client, begin, end, text] for a failure that a
+fault excuses if it touched the session between these moments of the monotonic clock; what is "life" or, of a refused
+session, "admission".
 
 A TCP client sends a header that tells the whole plan of the session, then bytes that the header determines. The server
 greets as soon as it is reached, sends bytes of its own, and in an exchange a mark at the end: it has got everything. A
@@ -92,19 +92,17 @@ class Stream:
             self.break_at, self.break_by = len(self.out), "close" if side == "server" and offset % 2 else "half-close"
         elif self.kind.startswith(side):
             self.break_at = (HEADER.size if side == "client" else len(GREETING)) + break_at
-        self.is_slow = False
 
     def run(self, connection, is_slow):
-        """How it ended: "complete", "ended" or "failed" by the other side, "broken" as planned, "corrupt", "stalled"."""
-        self.connection, self.is_slow = connection, is_slow
+        """How it ended: "complete", "ended" or "failed" by the peer, "broken" as planned, "corrupt" or "stalled"."""
         if is_slow:
             connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
         connection.setblocking(False)
-        self.read_from = self.write_from = self.moved = time.monotonic()
+        poll = select.poll()
         while True:
             if self.side == "client" and self.kind == "exchange" and self.is_received():
                 return "complete"
-            # An end that meets bytes nobody has read becomes a reset, which destroys what is on its way: greeting first.
+            # An end that meets unread bytes becomes a reset, which destroys what is on its way: greeting first.
             if self.sent == self.break_at and self.received >= len(GREETING):
                 self.break_at, self.out = None, self.out[: self.sent]
                 if self.break_by != "half-close":
@@ -112,68 +110,48 @@ class Stream:
                     return "broken"
                 with contextlib.suppress(OSError):  # it has failed already, as a receive will tell
                     connection.shutdown(socket.SHUT_WR)
-            if end := self.step():
+            limit = self.break_at
+            if limit is None:
+                limit = len(self.out) - (0 if self.is_received() else self.held_back)
+            poll.register(connection, select.POLLIN | select.POLLOUT * (self.sent < limit))
+            events = sum(events for _, events in poll.poll(STALL * 1000))
+            if end := self.move(connection, events, limit, 2048 if is_slow else 65536):
                 return end
+            if is_slow or self.rng.randrange(40) == 0:
+                time.sleep(self.rng.randrange(1, 10) / 1000 if is_slow else spread(self.rng, 100) / 1000)
 
     def is_received(self):
         return self.received == len(self.expected)
 
-    def step(self):
-        now = time.monotonic()
-        if now > self.moved + STALL:
+    def move(self, connection, events, limit, most):
+        """One piece each way, as far as the events allow. The end if that is one."""
+        if not events:
             return "stalled"
-        limit = self.break_at
-        if limit is None:
-            limit = len(self.out) - (0 if self.is_received() else self.held_back)
-        reads, writes = now >= self.read_from, self.sent < limit and now >= self.write_from
-        pauses = [self.read_from - now] * (not reads) + [self.write_from - now] * (self.sent < limit and not writes)
-        if not reads and not writes:  # a dead connection would end any wait for it at once
-            time.sleep(min(pauses))
+        if events & select.POLLOUT:
+            try:
+                self.sent += connection.send(self.out[self.sent : min(limit, self.sent + spread(self.rng, 65536))])
+            except BlockingIOError:
+                pass
+            except OSError:  # what the other side sent before it went can still be read
+                self.out, self.break_at = self.out[: self.sent], None
+        if not events & ~select.POLLOUT:
             return None
-        poll = select.poll()
-        poll.register(self.connection, select.POLLIN * reads | select.POLLOUT * writes)
-        for _, events in poll.poll(1000 * min(pauses, default=1)):
-            if writes and events & ~select.POLLIN:
-                self.send(limit)
-            return self.receive() if reads and events & ~select.POLLOUT else None
-        return None
-
-    def receive(self):
         try:
-            piece = self.connection.recv(spread(self.rng, 2048 if self.is_slow else 65536))
+            piece = connection.recv(spread(self.rng, most))
         except BlockingIOError:
             return None
         except OSError:
             return "failed"
-        if not piece:
-            return "ended"
-        if not self.expected.startswith(piece, self.received):
-            return "corrupt"
-        self.received += len(piece)
-        self.read_from = self.pause_until(self.is_slow)
-        return None
-
-    def send(self, limit):
-        try:
-            self.sent += self.connection.send(self.out[self.sent : min(limit, self.sent + spread(self.rng, 65536))])
-            self.write_from = self.pause_until(False)
-        except BlockingIOError:
-            pass
-        except OSError:  # what the other side sent before it went can still be read
-            self.out, self.break_at = self.out[: self.sent], None
-
-    def pause_until(self, is_slow):
-        self.moved = time.monotonic()
-        if is_slow:
-            return self.moved + self.rng.uniform(0.001, 0.01)
-        return self.moved + (spread(self.rng, 100) / 1000 if self.rng.randrange(40) == 0 else 0)
+        is_right = self.expected.startswith(piece, self.received)
+        self.received += len(piece) * is_right
+        return "ended" if not piece else None if is_right else "corrupt"
 
     def judge(self, end, is_whole):
-        """Whatever was done to a session, no byte may be wrong; what was planned whole must be, or a fault is to blame."""
+        """No byte may be wrong, whatever was done; what was planned whole must be, or a fault is to blame."""
         if self.kind.startswith(self.side) and self.kind not in WHOLE_KINDS:
             self.report.add("resets" if self.kind.endswith("reset") else "half-closes")
-        text = (f"{self.side}, operation {self.operation}, {self.kind}: {end} behind {self.sent} of {len(self.out)} sent, "
-                f"{self.received} of {len(self.expected)} received")  # fmt: skip
+        text = (f"{self.side}, operation {self.operation}, {self.kind}: {end} behind {self.sent} of {len(self.out)} "
+                f"bytes sent, {self.received} of {len(self.expected)} received")  # fmt: skip
         if end in ("corrupt", "stalled"):
             self.report.tell("fail", text)
         elif not is_whole:
@@ -192,8 +170,8 @@ def draw_header(rng, operation, client, is_slow):
     kind = 0 if rng.randrange(2) == 0 else rng.randrange(len(KINDS))
     up, down = size(KINDS[kind] == "server push"), size(KINDS[kind] == "client push")
     break_at = rng.randrange((up if KINDS[kind].startswith("client") else down) + 1)
-    is_server_slow = is_slow and rng.randrange(2)
-    return b"SOAK", kind, operation, client, is_server_slow, rng.randrange(MOST_BYTES), up, down, break_at, time.monotonic()
+    is_server_slow, offset = is_slow and rng.randrange(2), rng.randrange(MOST_BYTES)
+    return b"SOAK", kind, operation, client, is_server_slow, offset, up, down, break_at, time.monotonic()
 
 
 def close(connection, is_reset):
@@ -211,6 +189,7 @@ class Clients:
         threads = [threading.Thread(target=self.run, args=(run, random.Random(f"{seed} {n}"))) for n, run in runs]
         for thread in threads:
             thread.start()
+        self.report.tell("begun", "client", number)
         sys.stdin.read()
         self.is_over = True
         for thread in threads:
@@ -272,7 +251,7 @@ class Clients:
 
 
 class DatagramSession:
-    """A UDP client with a socket of its own. Datagrams may be lost, but not come altered, twice or to another client."""
+    """A UDP client with a socket of its own. Datagrams may be lost, not come altered, twice or to another client."""
 
     def __init__(self, report, rng, number, server, client):
         self.report, self.rng, self.number, self.server, self.client = report, rng, number, server, client
@@ -344,14 +323,14 @@ def read_datagram(mark, datagram):
 class Server:
     """A server process: one TCP and one UDP port."""
 
-    def __init__(self, number, plan):
+    def __init__(self, number, plan, _seed):
         self.number, self.operations, self.report, self.threads = number, plan["operations"], Report(), []
-        tcp = serve(socket.SOCK_STREAM, plan["server"], plan["servers"][number]["tcp"])
-        udp = serve(socket.SOCK_DGRAM, plan["server"], plan["servers"][number]["udp"])
-        tcp.listen(4096)
+        tcp = socket.create_server((plan["server"], plan["servers"][number]["tcp"]), backlog=4096)
+        udp = socket.socket(type=socket.SOCK_DGRAM)
+        udp.bind((plan["server"], plan["servers"][number]["udp"]))
         threading.Thread(target=self.accept, args=(tcp,), daemon=True).start()
         threading.Thread(target=self.answer, args=(udp,), daemon=True).start()
-        self.report.tell("serving", number)
+        self.report.tell("begun", "server", number)
         sys.stdin.read()
         for thread in self.threads:
             thread.join()
@@ -405,23 +384,7 @@ class Server:
                 udp.sendto(reply, client)
 
 
-def serve(kind, address, port):
-    """The port is the one that the process before this had: another socket may hold it for a moment."""
-    server = socket.socket(type=kind)
-    server.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, kind == socket.SOCK_STREAM)
-    end = time.monotonic() + STALL
-    while True:
-        try:
-            server.bind((address, port))
-            return server
-        except OSError:
-            if time.monotonic() > end:
-                raise
-            time.sleep(0.02)
-
-
 if __name__ == "__main__":
     sys.setswitchinterval(0.0005)
-    role, own_number, own_plan, *own_seed = sys.argv[1:]
-    process = (Clients if role == "client" else Server)(int(own_number), json.loads(own_plan), *own_seed)
-    process.report.flush()
+    _, role, own_number, own_plan, own_seed = sys.argv
+    {"client": Clients, "server": Server}[role](int(own_number), json.loads(own_plan), own_seed).report.flush()

@@ -28,15 +28,10 @@ pid nginx.pid;
 error_log stderr error;
 worker_processes auto;
 worker_rlimit_nofile 8192;
-events {{
-    worker_connections 4096;
-}}
+events {{ worker_connections 4096; }}
 stream {{
-    server {{
-        listen 127.0.0.1:{port}{if_udp};
-        proxy_pass 127.0.0.1:{target};
-        proxy_timeout 1h;
-    }}
+    proxy_timeout 1h;
+    server {{ listen 127.0.0.1:{port}{if_udp}; proxy_pass 127.0.0.1:{target}; }}
 }}
 """
 
@@ -45,15 +40,17 @@ pidlogfile {folder}/rinetd.pid
 127.0.0.1 {port}/{protocol} 127.0.0.1 {target}/{protocol}{if_udp}
 """
 
+BOTH = ("tcp", "udp")
 # 748 sessions are the most of one operation.
 ZELKOR = "--max 748 --timeout 3600000 {protocol} 127.0.0.1:{port} 127.0.0.1:{target}"
-SOCAT_TCP = "-b 65536 TCP4-LISTEN:{port},bind=127.0.0.1,reuseaddr,fork,backlog=128,nodelay TCP4:127.0.0.1:{target},nodelay"
+SOCAT_TCP = "-b 65536 TCP4-LISTEN:{port},bind=127.0.0.1,reuseaddr,fork,backlog=128,nodelay " \
+            "TCP4:127.0.0.1:{target},nodelay"  # fmt: skip
 SOCAT_UDP = "-b 65536 -T 3600 UDP4-LISTEN:{port},bind=127.0.0.1,reuseaddr,fork UDP4:127.0.0.1:{target}"
 
 
 @dataclasses.dataclass(frozen=True)
 class Peer:
-    """One forwarder: the arguments that start it for each protocol that it can, and what its configuration file holds."""
+    """One forwarder: the arguments that start it, for each protocol that it can, and its configuration file."""
 
     name: str
     arguments: dict
@@ -77,16 +74,12 @@ class Peer:
         return f"{self.name} {number.group() if number else 'of unknown version'}"
 
 
-def both(arguments):
-    return {"tcp": arguments, "udp": arguments}
-
-
 # The first is no forwarder: the clients go to the servers themselves.
 PEERS = [
-    Peer("direct", both("")),
-    Peer("zelkor", both(ZELKOR), version_option="--version"),
+    Peer("direct", dict.fromkeys(BOTH, "")),
+    Peer("zelkor", dict.fromkeys(BOTH, ZELKOR), version_option="--version"),
     Peer("haproxy", {"tcp": "-db -f {config}"}, HAPROXY),
-    Peer("nginx", both("-p {folder} -c {config} -e stderr"), NGINX, " udp reuseport"),
-    Peer("rinetd", both("-f -c {config}"), RINETD, "  [timeout=3600]"),
+    Peer("nginx", dict.fromkeys(BOTH, "-p {folder} -c {config} -e stderr"), NGINX, " udp reuseport"),
+    Peer("rinetd", dict.fromkeys(BOTH, "-f -c {config}"), RINETD, "  [timeout=3600]"),
     Peer("socat", {"tcp": SOCAT_TCP, "udp": SOCAT_UDP}, version_option="-V"),
 ]

@@ -61,10 +61,6 @@ class Process:
                 total += reaped + time.clock_gettime((~pid << 3) | 2)
         return total
 
-    def wait_idle(self, count):
-        """Waits until no more processes are left than before the load."""
-        wait_until(lambda: len(self.members()) <= count, "the forwarder's processes to end")
-
     def settled_memory(self):
         """The proportional set size in bytes, summed (a page that several processes share counts once), when it has
         stopped changing."""
@@ -92,5 +88,5 @@ class Process:
                     os.kill(pid, number)
             with contextlib.suppress(RuntimeError, subprocess.TimeoutExpired):
                 self.root.wait(DEADLINE)
-                self.wait_idle(0)
+                wait_until(lambda: not self.members(), "its processes to end")
                 return

@@ -1,12 +1,10 @@
 """What is measured: the runs of the load tool, and the rows of the table that come out of them."""
-import dataclasses
 import typing
 
 MEMORY_SESSIONS = (0, 100, 700)
 
 
-@dataclasses.dataclass(frozen=True)
-class Measurement:
+class Measurement(typing.NamedTuple):
     """One run of the load tool: its kind of load, with the numbers of that."""
 
     name: str
@@ -32,8 +30,7 @@ MEASUREMENTS = [
 ]
 
 
-@dataclasses.dataclass(frozen=True)
-class Row:
+class Row(typing.NamedTuple):
     """A row of the table. value(sample) of a measurement's sample raises KeyError when the sample lacks it."""
 
     title: str
@@ -69,7 +66,7 @@ ROWS = [
     Row("Processor for a GB, eight streams", "s", "tcp-8", processor("received", 1e9)),
     Row("Processor for 10,000 connections", "s", "connections", processor("total", 1e4)),
     Row("Processor for a million datagrams of 64 bytes", "s", "udp-64-1", processor("total", 1e6)),
-    *(Row(f"Memory with {count} sessions", "MB", "memory", figure(f"memory_{count}", 1e6)) for count in MEMORY_SESSIONS),
+    *(Row(f"Memory with {n} sessions", "MB", "memory", figure(f"memory_{n}", 1e6)) for n in MEMORY_SESSIONS),
 ]
 
 # What can go wrong without spoiling the figures: its figure in a sample, and the figures of the whole.

@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import platform
+import re
 import resource
 import select
 import signal
@@ -19,7 +20,6 @@ import bench_table
 import sample_servers
 
 ANSWER_SECONDS = 120
-STARTS = 3
 WARM_UP_SHARE, LONGEST_WARM_UP = 0.25, 500  # of the measured time; milliseconds
 MEASUREMENTS = {measurement.name: measurement for measurement in bench_rows.MEASUREMENTS}
 PEERS = {peer.name: peer for peer in bench_peers.PEERS}
@@ -57,25 +57,12 @@ class LoadTool:
         return figures
 
 
-def start_forwarder(peer, folder, protocol, target):
-    """The process and its port. A port that another program takes in between is no reason to give up."""
-    for attempt in range(1, STARTS + 1):
-        port = sample_servers.free_port(protocol)
-        process = bench_process.Process(peer.command(folder, protocol, port, target), folder)
-        try:
-            process.wait_ready(protocol, port)
-            return process, port
-        except BaseException as error:
-            process.end()
-            if not isinstance(error, RuntimeError) or attempt == STARTS:
-                raise
-    raise AssertionError
-
-
 def measure_forwarder(peer, measurement, tool, target, sample):
     with tempfile.TemporaryDirectory() as folder:
-        process, port = start_forwarder(peer, pathlib.Path(folder), measurement.protocol, target)
+        folder, port = pathlib.Path(folder), sample_servers.free_port(measurement.protocol)
+        process = bench_process.Process(peer.command(folder, measurement.protocol, port, target), folder)
         try:
+            process.wait_ready(measurement.protocol, port)
             # The load begins when the tool is told the port, however busy this program's own processor is.
             count, before = len(process.members()), process.cpu_seconds()
             tool.tell(port)
@@ -87,7 +74,7 @@ def measure_forwarder(peer, measurement, tool, target, sample):
                 return
             sample.update(tool.answer())
             if measurement.protocol == "tcp":
-                process.wait_idle(count)
+                bench_process.wait_until(lambda: len(process.members()) <= count, "the processes of sessions to end")
             sample["cpu"] = process.cpu_seconds() - before
         finally:
             process.end()
@@ -118,14 +105,14 @@ def run_rounds(names, peers, rounds, seconds, report):
     # Of seven hundred sessions the load tool has both ends; what is started inherits the limit.
     hard = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
     resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
-    results = bench_table.Results()
+    results = {}
     for turn in range(rounds):
         for name in names:
             report(f"round {turn + 1} of {rounds}: {name}")
             first = turn % len(peers)
             for peer in peers[first:] + peers[:first]:
                 sample, fault = measure(PEERS[peer], MEASUREMENTS[name], seconds)
-                results.add(name, peer, sample, fault)
+                results.setdefault((name, peer), []).append((sample, fault))
                 if fault:
                     report(f"  {peer}: {fault}")
     return results
@@ -140,19 +127,10 @@ def choice(names):
     return {"type": read, "default": list(names), "metavar": "NAME,...", "help": ", ".join(names)}
 
 
-def positive(kind):
-    def read(text):
-        if not 0 < kind(text) <= 3600:
-            raise argparse.ArgumentTypeError(f"{text} is not between 0 and 3600")
-        return kind(text)
-
-    return read
-
-
 def read_arguments():
     parser = argparse.ArgumentParser(prog="script/bench", description="Measures zelkor beside other forwarders.")
-    parser.add_argument("--rounds", type=positive(int), default=5, metavar="N", help="rounds of everything (5)")
-    parser.add_argument("--seconds", type=positive(float), default=2, metavar="S", help="of each measurement (2)")
+    parser.add_argument("--rounds", type=int, default=5, metavar="N", help="rounds of everything (5)")
+    parser.add_argument("--seconds", type=float, default=2, metavar="S", help="of each measurement (2)")
     parser.add_argument("--rows", **choice(MEASUREMENTS))
     parser.add_argument("--peers", **choice(PEERS))
     parser.add_argument("--quick", action="store_true", help="one round of 0.3 s: whether it works, not how fast")
@@ -161,27 +139,23 @@ def read_arguments():
     arguments = parser.parse_args()
     if arguments.quick:
         arguments.rounds, arguments.seconds = 1, 0.3
+    if not (0 < arguments.rounds <= 1000 and 0 < arguments.seconds <= 3600):
+        parser.error("there are 1 to 1000 rounds, of at most 3600 seconds")
     return arguments
-
-
-def first_value(file, name):
-    for line in pathlib.Path(file).read_text(encoding="utf-8").splitlines():
-        key, _, value = line.replace("=", ":", 1).partition(":")
-        if key.strip() == name:
-            return value.strip().strip('"')
-    return "unknown"
 
 
 def conditions(arguments):
     """What the figures depend on, as lines of Markdown."""
-    where = ", a virtual machine" if "hypervisor" in first_value("/proc/cpuinfo", "flags").split() else ""
+    processor = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8")
+    model = re.search(r"^model name\s*: (.*)", processor, re.MULTILINE)
+    where = ", a virtual machine" if " hypervisor " in processor else ""
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 1e9
     versions = [peer.version() for peer in PEERS.values() if peer.name in arguments.peers and peer.path()]
     commit = subprocess.run(["git", "-C", bench_peers.BUILD.parent, "describe", "--always", "--dirty=, changed"],
                             capture_output=True, text=True, check=False).stdout.strip()  # fmt: skip
     return [
-        f"- Machine: {first_value('/proc/cpuinfo', 'model name')}, {len(os.sched_getaffinity(0))} cores{where}, "
-        f"{memory:.0f} GB; {first_value('/etc/os-release', 'PRETTY_NAME')}, Linux {platform.release()}",
+        f"- Machine: {model[1] if model else platform.machine()}, {len(os.sched_getaffinity(0))} cores{where}, "
+        f"{memory:.0f} GB; {platform.freedesktop_os_release()['PRETTY_NAME']}, Linux {platform.release()}",
         f"- Programs: {', '.join(versions)}{f'; zelkor is of commit {commit}' if commit else ''}",
         f"- Run: {datetime.date.today().isoformat()}, rounds of {arguments.seconds:g} s: {arguments.rounds}; the "
         f"machine's load just before was {os.getloadavg()[0]:.2f}",

@@ -1,4 +1,6 @@
 """The table of medians, the remarks under it, and their place in a document."""
+import contextlib
+import itertools
 import pathlib
 import statistics
 
@@ -8,24 +10,15 @@ BEGIN = "<!-- results: begin -->\n"
 END = "<!-- results: end -->"
 
 
-class Results:
-    """The samples and faults of all rounds, by measurement and peer."""
+# Results are lists of (sample, fault), one pair for each round, by the names of measurement and peer.
 
-    def __init__(self):
-        self.samples, self.faults = {}, {}
 
-    def add(self, measurement, peer, sample, fault):
-        self.samples.setdefault((measurement, peer), []).append(sample)
-        self.faults.setdefault((measurement, peer), []).extend([fault] if fault else [])
-
-    def values(self, row, peer):
-        values = []
-        for sample in self.samples.get((row.measurement, peer), []):
-            try:
-                values.append(row.value(sample))
-            except (KeyError, ZeroDivisionError):
-                pass
-        return values
+def values_of(results, row, peer):
+    values = []
+    for sample, _ in results.get((row.measurement, peer), []):
+        with contextlib.suppress(KeyError, ZeroDivisionError):
+            values.append(row.value(sample))
+    return values
 
 
 def number(value):
@@ -45,7 +38,7 @@ def cell(values):
 def ratio(row, results, peers):
     """zelkor's median to the best one of the others."""
     medians = {peer: statistics.median(values) for peer in peers if peer != "direct"
-               and (values := results.values(row, peer))}  # fmt: skip
+               and (values := values_of(results, row, peer))}  # fmt: skip
     own = medians.pop("zelkor", None)
     best = (max if row.higher_is_better else min)(medians, key=medians.get) if medians else None
     if own is None or best is None or medians[best] <= 0:
@@ -58,27 +51,30 @@ def ratio(row, results, peers):
 def table(results, rows, peers):
     lines = [["", "unit", "better", *peers, "zelkor / best peer"], ["---"] * 3 + ["---:"] * (len(peers) + 1)]
     for row in rows:
-        cells = [cell(results.values(row, peer)) for peer in peers]
-        lines.append([row.title, row.unit, "more" if row.higher_is_better else "less", *cells, ratio(row, results, peers)])
+        figures = [*(cell(values_of(results, row, peer)) for peer in peers), ratio(row, results, peers)]
+        lines.append([row.title, row.unit, "more" if row.higher_is_better else "less", *figures])
     widths = [max(map(len, column)) for column in zip(*lines)]
     for line in lines:
-        padded = (text.ljust(width) if column < 3 else text.rjust(width)
-                  for column, (text, width) in enumerate(zip(line, widths)))  # fmt: skip
+        padded = [text.ljust(width) for text, width in zip(line[:3], widths)]
+        padded += [text.rjust(width) for text, width in zip(line[3:], widths[3:])]
         yield f"| {' | '.join(padded)} |"
 
 
 def remarks(results, measurements, peers):
     """Why a place is empty, and what was lost on the way to the others; one line for each, in the table's order."""
     places = {}
-    for peer in peers:
-        for measurement in measurements:
-            samples, faults = results.samples.get((measurement, peer), []), results.faults.get((measurement, peer), [])
-            said = [faults[0] + (f", in {len(faults)} of the rounds" if len(faults) < len(samples) else "")] if faults else []
-            for name, (text, whole) in bench_rows.REMARKS.items():
-                if count := sum(sample.get(name, 0) for sample in samples):
-                    said.append(f"{count:,.0f} of {sum(sample[each] for sample in samples for each in whole):,.0f} {text}")
-            for text in said:
-                places.setdefault((peer, text), []).append(measurement)
+    for peer, measurement in itertools.product(peers, measurements):
+        rounds = results.get((measurement, peer), [])
+        faults = [fault for _, fault in rounds if fault]
+        said = faults[:1]
+        if 0 < len(faults) < len(rounds):
+            said = [f"{faults[0]}, in {len(faults)} of the rounds"]
+        for name, (text, whole) in bench_rows.REMARKS.items():
+            if count := sum(sample.get(name, 0) for sample, _ in rounds):
+                among = sum(sample.get(each, 0) for sample, _ in rounds for each in whole)
+                said.append(f"{count:,.0f} of {among:,.0f} {text}")
+        for text in said:
+            places.setdefault((peer, text), []).append(measurement)
     return [f"- {peer}, {', '.join(names)}: {text}" for (peer, text), names in places.items()]
 
 

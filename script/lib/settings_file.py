@@ -19,6 +19,7 @@ class Operation:
     max_sessions: int = 100
     udp_timeout_ms: int = 60000
     block: tuple = ()  # (first, last) addresses; filters are on when there is one
+    allow: tuple = ()
 
     def bytes(self):
         local = socket.inet_aton(self.local_interface) if self.local_interface else bytes(4)
@@ -26,7 +27,7 @@ class Operation:
             struct.pack("<BIBB", self.bounce, self.protocol, self.running, 0),
             text(self.local_interface), local, struct.pack("<H", self.local_port),
             text(self.remote_host), struct.pack("<Hii", self.remote_port, self.max_sessions, self.udp_timeout_ms),
-            struct.pack("<BB", 0, bool(self.block)), ranges(()), ranges(self.block),
+            struct.pack("<BB", 0, bool(self.block or self.allow)), ranges(self.allow), ranges(self.block),
         ])  # fmt: skip
 
 

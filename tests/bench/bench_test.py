@@ -20,11 +20,10 @@ LESS = bench_rows.Row("Cost", "s", "speed", lambda sample: sample["value"])
 
 # Of each named peer: its values, or samples, round by round; None is a round that failed.
 def table(row, **rounds):
-    results = bench_table.Results()
+    results = {}
     for peer, values in rounds.items():
-        for value in values:
-            sample = value if isinstance(value, dict) else {"value": value} if value else {}
-            results.add("speed", peer, sample, "" if sample else "broke")
+        samples = [value if isinstance(value, dict) else {"value": value} if value else {} for value in values]
+        results["speed", peer] = [(sample, "" if sample else "broke") for sample in samples]
     return bench_table.text(results, [row], ["speed"], list(rounds))
 
 
@@ -35,11 +34,11 @@ class BenchTest(unittest.TestCase):
     def test_every_row_has_a_figure_and_everything_adds_up(self):
         with mock.patch.object(bench_peers, "BUILD", pathlib.Path(os.environ["ZELKOR_BUILD"])):
             results = bench_run.run_rounds(bench_run.MEASUREMENTS, ["direct", "zelkor"], 1, 0.1, lambda _: None)
-        self.assertEqual([fault for faults in results.faults.values() for fault in faults], [])
+        self.assertEqual([fault for rounds in results.values() for _, fault in rounds if fault], [])
         for row in bench_rows.ROWS:
-            self.assertGreater(min(results.values(row, "zelkor"), default=0), 0, row.title)
+            self.assertGreater(min(bench_table.values_of(results, row, "zelkor"), default=0), 0, row.title)
             has_direct = not row.title.startswith(("Processor", "Memory"))
-            self.assertEqual(len(results.values(row, "direct")), has_direct, row.title)
+            self.assertEqual(len(bench_table.values_of(results, row, "direct")), has_direct, row.title)
 
     def test_the_table_has_medians_the_ratio_to_the_best_and_what_went_wrong(self):
         self.assertIn("2,000 (5.00-3,000)", table(MORE, direct=[3000, 5, 2000]))
