@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "dialogs/long_message_dlg.h"
-#include "platform/mfc/dialog_font.h"
-#include "platform/mfc/wait_cursor.h"
-#include "platform/net/interfaces.h"
+#include "language/slots.h"
+#include "platform/mfc/dialog.h"
+#include "platform/mfc/wnd.h"
 #include "platform/net/socket.h"
 #include "platform/system/message_box.h"
 #include "resources/private_messages.h"
@@ -18,31 +18,22 @@ constexpr struct {
     int nId;
     uint32_t nSlot;
 } kCaptions[] = {
-    {IDC_PFO_LISTEN_GROUP, 175},
-    {IDC_PFO_FORWARD_GROUP, 176},
-    {IDC_PFO_LOCAL_PORT_LABEL, 177},
-    {IDC_PFO_LOCAL_INTERFACE_LABEL, 178},
-    {IDC_PFO_REMOTE_PORT_LABEL, 179},
-    {IDC_PFO_REMOTE_HOST_LABEL, 180},
-    {IDC_PFO_BOUNCE, 181},
-    {IDC_PFO_PROTOCOL_LABEL, 182},
-    {IDC_PFO_MAX_SESSIONS_LABEL, 183},
-    {IDC_PFO_UDP_TIMEOUT_LABEL, 184},
-    {IDC_PFO_REFRESH, 185},
-    {IDC_PFO_FORWARD_ICMP, 186},
-    {IDC_PFO_FILTERING, 187},
-    {IDOK, 15},
-    {IDCANCEL, 16},
+    {IDC_PFO_LISTEN_GROUP, kSlotListenGroup},
+    {IDC_PFO_FORWARD_GROUP, kSlotForwardGroup},
+    {IDC_PFO_LOCAL_PORT_LABEL, kSlotLocalPort},
+    {IDC_PFO_LOCAL_INTERFACE_LABEL, kSlotLocalInterface},
+    {IDC_PFO_REMOTE_PORT_LABEL, kSlotRemotePort},
+    {IDC_PFO_REMOTE_HOST_LABEL, kSlotRemoteHost},
+    {IDC_PFO_BOUNCE, kSlotBounce},
+    {IDC_PFO_PROTOCOL_LABEL, kSlotProtocol},
+    {IDC_PFO_MAX_SESSIONS_LABEL, kSlotMaxSessions},
+    {IDC_PFO_UDP_TIMEOUT_LABEL, kSlotUdpTimeout},
+    {IDC_PFO_REFRESH, kSlotRefresh},
+    {IDC_PFO_FORWARD_ICMP, kSlotForwardIcmp},
+    {IDC_PFO_FILTERING, kSlotFiltering},
+    {IDOK, kSlotOk},
+    {IDCANCEL, kSlotCancel},
 };
-
-constexpr uint32_t kSlotInvalidInput = 29;
-constexpr uint32_t kSlotTitle = 174;
-constexpr uint32_t kSlotCloseSessions = 192;
-constexpr uint32_t kSlotCloseSessionsTitle = 193;
-constexpr uint32_t kSlotMaxSessionsInfo = 194;
-constexpr uint32_t kSlotMaxSessionsInfoTitle = 195;
-constexpr uint32_t kSlotUdpTimeoutInfo = 196;
-constexpr uint32_t kSlotUdpTimeoutInfoTitle = 197;
 
 // Pixels
 constexpr int kInfoWidth = 350;
@@ -87,7 +78,7 @@ void CPfoOptionsDlg::DoDataExchange() {
 
 void CPfoOptionsDlg::SetCaptions() const {
     const auto texts = m_pSettings->slotTable.Snapshot();
-    SetWindowText(texts->Text(kSlotTitle));
+    SetWindowText(texts->Text(kSlotOptionsTitle));
     for (const auto& [nId, nSlot] : kCaptions) SetDlgItemText(nId, texts->Text(nSlot));
 }
 

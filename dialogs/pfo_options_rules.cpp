@@ -5,21 +5,15 @@
 #include <string_view>
 #include <utility>
 
+#include "language/slots.h"
 #include "language/text_table.h"
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "shell/app_settings.h"
 
 namespace {
 
 constexpr int32_t kMaxPort = 65535;
 constexpr uint32_t kBroadcastIp = 0xFFFFFFFF;
-
-constexpr uint32_t kSlotNullHost = 69;
-constexpr uint32_t kSlotUnresolvedHost = 70;
-constexpr uint32_t kSlotMaxSessions = 188;
-constexpr uint32_t kSlotUdpTimeout = 189;
-constexpr uint32_t kSlotLocalPort = 190;
-constexpr uint32_t kSlotRemotePort = 191;
 
 // The last one has always lacked its final letter.
 constexpr std::string_view kIcmpPhrases[] = {"can't see birds", "cant see birds", "cannot see birds",
@@ -68,11 +62,11 @@ void StoreLastUsed(OpSettings settings, LastUsedOptions* pLastUsed) {
 
 PfoRefusal CheckNumbers(PfoFields* pFields) {
     OpSettings& settings = pFields->settings;
-    if (settings.m_nMaxSessions < 1) return {PfoField::MaxSessions, kSlotMaxSessions, {}};
+    if (settings.m_nMaxSessions < 1) return {PfoField::MaxSessions, kSlotBadMaxSessions, {}};
     if (settings.m_nProtocol == kProtocolUdp && settings.m_nUdpTimeoutMs < kMinUdpTimeoutMs)
-        return {PfoField::UdpTimeout, kSlotUdpTimeout, {}};
-    if (!IsPort(pFields->nLocalPort)) return {PfoField::LocalPort, kSlotLocalPort, {}};
-    if (!IsPort(pFields->nRemotePort)) return {PfoField::RemotePort, kSlotRemotePort, {}};
+        return {PfoField::UdpTimeout, kSlotBadUdpTimeout, {}};
+    if (!IsPort(pFields->nLocalPort)) return {PfoField::LocalPort, kSlotBadLocalPort, {}};
+    if (!IsPort(pFields->nRemotePort)) return {PfoField::RemotePort, kSlotBadRemotePort, {}};
     settings.m_wLocalPort = static_cast<uint16_t>(pFields->nLocalPort);
     settings.m_wRemotePort = static_cast<uint16_t>(pFields->nRemotePort);
     return {};

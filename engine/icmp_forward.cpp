@@ -2,11 +2,9 @@
 
 #include <mutex>
 
-#include "engine/counts.h"
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_target.h"
-#include "platform/net/socket_end.h"
 #include "platform/threads/threads.h"
 
 namespace {
@@ -59,9 +57,7 @@ int32_t CIcmpForwarder::Start() {
     if (nError == 0) nError = m_hIcmpSocket.Bind({});
     if (nError == 0) {
         m_bIcmpRunning = 1;
-        AddThread(*m_pOp);
-        if (AfxBeginThread(IcmpForwardThread, this)) return 0;
-        RemoveThread(*m_pOp);
+        if (m_pOp->BeginThread(IcmpForwardThread, this)) return 0;
         m_bIcmpRunning = 0;
         nError = ThreadStartError();
     }
@@ -86,5 +82,5 @@ void IcmpForwardThread(CIcmpForwarder* pForwarder) {
         ForwardError(*pForwarder, {buffer, static_cast<size_t>(received.nBytes)});
     }
     pForwarder->SetThreadEnded();
-    RemoveThread(op);
+    op.RemoveThread();
 }

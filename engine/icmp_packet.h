@@ -9,7 +9,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 
 /// The least that is looked at: outer header, ICMP header, quoted header and quoted UDP header.
 inline constexpr size_t kIcmpErrorBytes = 56;

@@ -1,6 +1,6 @@
 #include "engine/ip_range.h"
 
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 
 bool IsInRanges(const IpRangeList& ranges, uint32_t dwIp) {
     const uint32_t dwNumber = IpToNumber(dwIp);

@@ -1,11 +1,11 @@
 #include "engine/port_forward_op.h"
 
-#include "engine/counts.h"
-#include "platform/threads/threads.h"
+#include <new>
 
 namespace {
 
 constexpr uint32_t kPollMs = 10;
+constexpr int32_t kBacklog = 10;
 
 }  // namespace
 
@@ -27,10 +27,8 @@ bool CPortForwardOp::Start() {
     m_bUdpStop = 0;
     m_bRunning = 1;
     m_bStarting = 1;
-    AddThread(*this);
-    if (!AfxBeginThread(m_settings.m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
+    if (!BeginThread(m_settings.m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
         FailStart(ThreadStartError());
-        RemoveThread(*this);
     }
     while (m_bStarting != 0) Sleep(kPollMs);
     // A listener that failed has told so; its thread is gone in a moment.
@@ -75,6 +73,41 @@ void CPortForwardOp::EndListenerWhile(const auto& condition) {
 void CPortForwardOp::InterruptListener() {
     const auto hListen = ListenSocket();
     if (hListen) hListen->Interrupt();
+}
+
+void CPortForwardOp::AddThread() {
+    m_pCounters->nThreads.fetch_add(1);
+    m_nThreads.fetch_add(1);
+}
+
+void CPortForwardOp::RemoveThread() {
+    m_pCounters->nThreads.fetch_sub(1);
+    m_nThreads.fetch_sub(1);
+}
+
+void CPortForwardOp::AddSession() {
+    m_pCounters->nSessions.fetch_add(1);
+    m_nSessions.fetch_add(1);
+    m_nTotalSessions.fetch_add(1);
+    m_nActiveSessions.fetch_add(1);
+}
+
+void CPortForwardOp::RemoveSession() {
+    m_nActiveSessions.fetch_sub(1);
+    m_pCounters->nSessions.fetch_sub(1);
+    m_nSessions.fetch_sub(1);
+}
+
+int32_t CPortForwardOp::OpenListenSocket() try {
+    const bool bTcp = m_settings.m_nProtocol == kProtocolTcp;
+    auto hListen = std::make_shared<CSocket>();
+    int32_t nError = hListen->Open(bTcp ? SocketKind::Tcp : SocketKind::Udp);
+    if (nError == 0) nError = hListen->Bind({m_settings.m_dwLocalIp, m_settings.m_wLocalPort});
+    if (nError == 0 && bTcp) nError = hListen->Listen(kBacklog);
+    if (nError == 0) SetListenSocket(std::move(hListen));
+    return nError;
+} catch (const std::bad_alloc&) {
+    return ThreadStartError();
 }
 
 std::shared_ptr<CSocket> CPortForwardOp::ListenSocket() {

@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "engine/engine_counters.h"
 #include "engine/op_settings.h"
@@ -21,6 +22,7 @@
 #include "platform/net/socket.h"
 #include "platform/threads/shared_value.h"
 #include "platform/threads/thread_annotations.h"
+#include "platform/threads/threads.h"
 
 /// Threads of the program that may run at once, set-up threads not counted.
 inline constexpr int32_t kMaxThreads = 1500;
@@ -82,6 +84,28 @@ class CPortForwardOp {
 
     // For the threads of the operation only
 
+    /// Starts a thread of the operation. It is counted before it exists, so that a stop which finds no thread counted can be
+    /// sure that none is about to begin. False when the system gives none: nothing is counted then, and a block that was
+    /// to move into the thread stays with the caller.
+    template <class Proc, class Param>
+    [[nodiscard]] bool BeginThread(Proc pfnProc, Param&& param) {
+        AddThread();
+        if (AfxBeginThread(pfnProc, std::forward<Param>(param))) return true;
+        RemoveThread();
+        return false;
+    }
+    /// Counts a thread that cannot fail to begin.
+    void AddThread();
+    /// A thread's last touch of the operation, which can go from then on.
+    void RemoveThread();
+
+    /// A session is counted from the moment that it stands until its end has been told.
+    void AddSession();
+    void RemoveSession();
+
+    /// Opens and binds the operation's socket and, for TCP, listens. 0, or the system's code and the socket that there was
+    /// stays.
+    [[nodiscard]] int32_t OpenListenSocket();
     /// The listening TCP socket or the UDP socket; null before the first start. The holder keeps it open.
     std::shared_ptr<CSocket> ListenSocket();
     void SetListenSocket(std::shared_ptr<CSocket> hListen);

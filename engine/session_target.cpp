@@ -3,7 +3,7 @@
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 
-SessionEventSlot ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind, CSocket* phSocket) {
+Rejection ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind, CSocket* phSocket) {
     const OpSettings& settings = op.m_settings;
     Endpoint target = {client.dwIp, settings.m_wRemotePort};
     if (!settings.IsTargetTheClient() && !ResolveHostAddress(settings.m_strRemoteHost, &target.dwIp)) {
@@ -11,5 +11,11 @@ SessionEventSlot ConnectToTarget(const CPortForwardOp& op, const Endpoint& clien
     }
     if (phSocket->Open(kind) != 0) return SessionEventSlot::NoSocket;
     if (phSocket->Connect(target) != 0) return SessionEventSlot::NoConnection;
-    return SessionEventSlot::Accepted;
+    return {};
+}
+
+Rejection CheckLimits(const CPortForwardOp& op, int32_t nPendingSetups) {
+    if (op.m_nActiveSessions >= op.m_settings.m_nMaxSessions) return SessionEventSlot::TooManySessions;
+    if (op.m_pCounters->nThreads >= nPendingSetups + kMaxThreads) return SessionEventSlot::TooManyThreads;
+    return {};
 }

@@ -89,7 +89,7 @@ void CheckTable(const TextTable& table, const Slots& expected) {
 // What the program expands: the default templates of the log, here for an ended session.
 void CheckLogTexts(const TextTable& table) {
     if (table.Text(31).empty()) return;
-    SessionEvent event;
+    LogEvent event;
     event.strEvent = table.Text(134);
     event.strRemoteHost = table.Text(119);
     event.strProtocol = "UDP";

@@ -67,7 +67,7 @@ std::optional<std::string> ModelLogDate(const std::string& strFormat, const Loca
 }
 
 std::optional<std::string> ModelLogEntry(const std::string& strFormat, const std::string& strDateFormat,
-                                         const SessionEvent& event, const LocalTime& time) {
+                                         const LogEvent& event, const LocalTime& time) {
     const auto strDate = ModelLogDate(strDateFormat, time);
     const auto strLine = Replaced(strFormat, {"%%", "\r\n"});
     if (!strDate || !strLine) return {};
@@ -112,7 +112,7 @@ void CheckLine(const std::string& strLine, const std::optional<std::string>& str
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
     FuzzedDataProvider input(pData, nSize);
     const LocalTime time = TakeTime(input);
-    SessionEvent event;
+    LogEvent event;
     event.dwLocalIp = input.ConsumeIntegral<uint32_t>();
     event.wLocalPort = input.ConsumeIntegral<uint16_t>();
     event.wRemotePort = input.ConsumeIntegral<uint16_t>();

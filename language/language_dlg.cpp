@@ -5,10 +5,11 @@
 #include <string>
 #include <utility>
 
+#include "language/slots.h"
 #include "language/zones.h"
-#include "platform/mfc/dialog_font.h"
+#include "platform/mfc/dialog.h"
 #include "platform/mfc/file_dialog.h"
-#include "platform/system/web_page.h"
+#include "platform/system/process.h"
 #include "resources/program_names.h"
 #include "resources/resource.h"
 #include "resources/web_pages.h"
@@ -34,8 +35,6 @@ constexpr LanguageRow kRows[] = {
     {IDC_LANGUAGE_PORTUGUESE, IDC_LANGUAGE_PORTUGUESE_PROMPT, 5, nullptr},
     {IDC_LANGUAGE_RUSSIAN, IDC_LANGUAGE_RUSSIAN_PROMPT, 9, "Russian"},
 };
-
-constexpr uint32_t kSlotTextFilter = 10;
 
 // Not in the store: the user has no language yet.
 constexpr char kUnicodeOnly[] =

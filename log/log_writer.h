@@ -1,7 +1,7 @@
 // The queue of log lines and the thread that writes them to the log file in batches.
 //
-// Each program has one, from before the first operation starts until the process ends. One thread starts and ends it, the
-// thread of the windows or the one that runs main; any thread may ask for a batch and append to the queue. The log has no
+// Each program has one, from before the first operation starts until the process ends. The thread of the windows, or
+// the one that runs main, starts and ends it; any thread may ask for a batch and append to the queue. The log has no
 // way to complain: a batch that cannot be written is gone, and the next one tries again.
 #pragma once
 
@@ -23,12 +23,12 @@ class CLogWriter {
     /// Where the operations append. It lives as long as the object.
     LogQueue& Queue() { return m_queue; }
 
-    /// Starts the thread, without a request from before. It counts as one in *pnThreads, which is not taken back when it
-    /// ends. False when the system gives no thread: events are then queued and never written. Not while it runs.
+    /// Starts the thread, without a request from before. It counts as one in *pnThreads, which is not taken back at its
+    /// end. False when the system gives no thread: events are then queued and never written. Not while it runs.
     [[nodiscard]] bool Start(std::atomic<int32_t>* pnThreads);
 
-    /// What the flush timer does on each tick: asks for a batch if the queue holds anything. The thread sees the request
-    /// within 100 ms; while autoLogEnabled is clear it stands and nothing is written.
+    /// What the flush timer does on each tick: asks for a batch if the queue holds anything. The thread sees it within
+    /// 100 ms; while autoLogEnabled is clear it stands and nothing is written.
     void RequestFlush();
 
     /// Asks the thread to end, without a last flush, and waits up to this many milliseconds. Whether no thread is left;

@@ -18,7 +18,8 @@
 
 #include "language/language_store.h"
 #include "log/log_writer.h"
-#include "platform/threads/threads.h"
+#include "platform/net/ip_address.h"
+#include "platform/threads/threads_testing.h"
 #include "shell/app_settings.h"
 #include "shell/link_operation.h"
 #include "store/byte_reader.h"

@@ -331,23 +331,23 @@ class Soak:
             self.start(number)
         self.add("restarts of operations")
 
-    def run_operator(self, numbers, seed, end):
+    def run_operator(self, numbers, seed):
         rng = random.Random(seed)
-        while time.monotonic() < end:
+        while time.monotonic() < self.end:
             self.disturb(rng.choice(numbers), rng)
-            time.sleep(max(0, min(end - time.monotonic(), rng.uniform(0.5, 3))))
+            time.sleep(max(0, min(self.end - time.monotonic(), rng.uniform(0.5, 3))))
 
     # Faults
 
-    def run_faults(self, seed, end):
+    def run_faults(self, seed):
         """All in turn, in an order that is drawn anew each time: none stays away for long."""
         rng, left = random.Random(seed), []
-        while time.monotonic() < end:
+        while time.monotonic() < self.end:
             left = left or rng.sample(sorted(self.faults), len(self.faults))
             name = left.pop()
             self.faults[name](rng)
             self.add(name)
-            time.sleep(max(0, min(end - time.monotonic(), rng.uniform(0.1, 1.5))))
+            time.sleep(max(0, min(self.end - time.monotonic(), rng.uniform(0.1, 1.5))))
 
     def shorten_descriptors(self, rng):
         usual = resource.getrlimit(resource.RLIMIT_NOFILE)
@@ -437,7 +437,7 @@ class Soak:
 
     # The run
 
-    def do_harm_until(self, end, others):
+    def do_harm_beside(self, others):
         next_harm = next_word = time.monotonic()
         while not all(other.done() for other in others):
             self.read_reports()
@@ -446,7 +446,7 @@ class Soak:
                 next_word = now
                 print(f"{self.counts['connections']} connections, {self.counts['replies, checked']} replies, "
                       f"{self.failures} failures", flush=True)  # fmt: skip
-            if next_harm <= now < end:
+            if next_harm <= now < self.end:
                 name = self.rng.choices(sorted(self.harms), (2, 1, 2))[0]
                 self.harms[name]()
                 self.add(name)
@@ -464,12 +464,15 @@ class Soak:
             self.start(number)
         for number in LOAD["client"]:
             self.start_load("client", number)
-        end = time.monotonic() + seconds
+        self.end = time.monotonic() + seconds
         with concurrent.futures.ThreadPoolExecutor() as pool:
             shares = [ENGINE[n::OPERATORS] for n in range(OPERATORS)]
-            others = [pool.submit(self.run_operator, share, self.rng.random(), end) for share in shares]
-            others.append(pool.submit(self.run_faults, self.rng.random(), end))
-            self.do_harm_until(end, others)
+            others = [pool.submit(self.run_operator, share, self.rng.random()) for share in shares]
+            others.append(pool.submit(self.run_faults, self.rng.random()))
+            try:
+                self.do_harm_beside(others)
+            finally:
+                self.end = 0  # for the others, too
             for other in others:
                 other.result()
         self.end_load("client")
@@ -506,8 +509,8 @@ class Soak:
         for name in (name for name in MUST_COUNT if self.counts[name] == 0):
             self.fail(f"nothing counted: {name}")
 
-    def end(self):
-        """Whatever still runs."""
+    def clear(self):
+        """Ends whatever still runs."""
         for process in (*self.load.values(), *([self.host.process] if self.host else [])):
             kill(process)
         if self.program:
@@ -542,7 +545,7 @@ def main():
         except (RuntimeError, OSError, AssertionError, subprocess.SubprocessError) as error:
             soak.fail(f"{type(error).__name__}: {error}")
         finally:
-            soak.end()
+            soak.clear()
     for name in sorted(soak.counts):
         print(f"{soak.counts[name]:14}  {name}")
     print(f"seed {options.seed}: {'FAILED' if soak.failures else 'passed'}, {soak.failures} failures")

@@ -4,8 +4,10 @@
 #include <new>
 
 #include "language/language_choice.h"
+#include "language/slots.h"
 #include "platform/files/files.h"
 #include "platform/system/message_box.h"
+#include "platform/system/process.h"
 #include "shell/app_settings.h"
 #include "store/byte_reader.h"
 #include "store/file_text.h"
@@ -13,12 +15,6 @@
 #include "store/settings_image.h"
 
 namespace {
-
-constexpr uint32_t kSlotNotOfProgram = 64;
-constexpr uint32_t kSlotWrongMagic = 65;
-constexpr uint32_t kSlotWrongName = 66;
-constexpr uint32_t kSlotOtherVersion = 215;
-constexpr uint32_t kSlotLoadAnyway = 216;
 
 char LowerCase(char ch) {
     return 'A' <= ch && ch <= 'Z' ? static_cast<char>(ch - 'A' + 'a') : ch;
@@ -45,8 +41,8 @@ SettingsFileStatus ReadIdentity(CByteReader* pReader) {
 }
 
 uint32_t RefusalSlot(SettingsFileStatus status) {
-    if (status == SettingsFileStatus::NotOfProgram) return kSlotNotOfProgram;
-    return status == SettingsFileStatus::WrongMagic ? kSlotWrongMagic : kSlotWrongName;
+    if (status == SettingsFileStatus::NotOfProgram) return kSlotFileNotOfProgram;
+    return status == SettingsFileStatus::WrongMagic ? kSlotFileNotOfVendor : kSlotFileIsNone;
 }
 
 // The language is chosen first: the message then speaks it.
@@ -58,8 +54,8 @@ void ShowRefusal(AppSettings* pSettings, uint32_t nSlot) {
 bool AskToLoadAnyway(AppSettings* pSettings) {
     ChooseLanguage(pSettings, pSettings->shellBrowser);
     const auto pTexts = pSettings->slotTable.Snapshot();
-    return ShowMessage(
-        {pTexts->Text(kSlotOtherVersion), pTexts->Text(kSlotLoadAnyway), MessageIcon::Question, MessageButtons::YesNo});
+    return ShowMessage({pTexts->Text(kSlotFileOfOtherVersion), pTexts->Text(kSlotLoadAnyway), MessageIcon::Question,
+                        MessageButtons::YesNo});
 }
 
 // Empty when the version cannot be read, which counts as another version.

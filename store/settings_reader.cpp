@@ -2,6 +2,7 @@
 #include <memory>
 #include <new>
 
+#include "language/slots.h"
 #include "shell/app_settings.h"
 #include "store/byte_reader.h"
 #include "store/file_text.h"
@@ -10,9 +11,6 @@
 #include "store/settings_image.h"
 
 namespace {
-
-constexpr uint32_t kSlotDateFormat = 30;
-constexpr uint32_t kSlotEntryFormat = 31;
 
 // Reads each field into the record. Values are not checked: what uses them knows their range.
 class CFieldReader {

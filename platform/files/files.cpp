@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "platform/files/files_system.h"
+#include "platform/files/file_handle.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ FileError ReadToEnd(const CFileHandle& file, std::vector<uint8_t>* pData) {
         const size_t nHave = pData->size();
         if (nHave > kMaxFileSize) return TooLargeError();
         pData->resize(nHave + kReadSize);
-        const int64_t nRead = ReadSome(file, pData->data() + nHave, kReadSize);
+        const int64_t nRead = file.Read(pData->data() + nHave, kReadSize);
         if (nRead < 0) return LastFileError();
         pData->resize(nHave + static_cast<size_t>(nRead));
         if (nRead == 0) return 0;
@@ -28,7 +28,7 @@ FileError ReadToEnd(const CFileHandle& file, std::vector<uint8_t>* pData) {
 FileError WriteAll(const CFileHandle& file, const char* pBytes, size_t nSize) {
     size_t nDone = 0;
     while (nDone < nSize) {
-        const int64_t nWritten = WriteSome(file, pBytes + nDone, nSize - nDone);
+        const int64_t nWritten = file.Write(pBytes + nDone, nSize - nDone);
         if (nWritten < 0) return LastFileError();
         if (nWritten == 0) return DiskFullError();
         nDone += static_cast<size_t>(nWritten);
@@ -45,16 +45,9 @@ FileError WriteAndClose(CFileHandle file, const char* pBytes, size_t nSize) {
 
 }  // namespace
 
-CFileHandle& CFileHandle::operator=(CFileHandle&& other) noexcept {
-    if (this == &other) return *this;
-    static_cast<void>(Close());
-    m_hFile = std::exchange(other.m_hFile, kNone);
-    return *this;
-}
-
 FileError ReadWholeFile(const std::string& strPath, std::vector<uint8_t>* pData) {
     pData->clear();
-    const CFileHandle file = OpenToRead(strPath);
+    const CFileHandle file = CFileHandle::OpenToRead(strPath);
     if (!file.IsOpen()) return LastFileError();
     FileError nError = 0;
     try {
@@ -67,13 +60,13 @@ FileError ReadWholeFile(const std::string& strPath, std::vector<uint8_t>* pData)
 }
 
 FileError WriteWholeFile(const std::string& strPath, const std::vector<uint8_t>& data) {
-    CFileHandle file = OpenToReplace(strPath);
+    CFileHandle file = CFileHandle::OpenToReplace(strPath);
     if (!file.IsOpen()) return LastFileError();
     return WriteAndClose(std::move(file), reinterpret_cast<const char*>(data.data()), data.size());
 }
 
 FileError AppendToFile(const std::string& strPath, std::string_view strBytes) {
-    CFileHandle file = OpenToAppend(strPath);
+    CFileHandle file = CFileHandle::OpenToAppend(strPath);
     if (!file.IsOpen()) return LastFileError();
     return WriteAndClose(std::move(file), strBytes.data(), strBytes.size());
 }

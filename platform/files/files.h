@@ -25,9 +25,3 @@ FileError NoMemoryError();
 
 /// The 64-bit size of a file: 0 if it does not exist, -1 if the name is that of a directory.
 int64_t FileSize(const std::string& strPath);
-
-/// The full path of the running executable; empty if the system does not tell.
-std::string ModulePath();
-
-/// The system's text for one of its error codes, of files and sockets alike, without a line end.
-std::string SystemErrorText(int32_t nError);

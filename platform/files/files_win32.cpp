@@ -1,22 +1,21 @@
-#include <algorithm>
-#include <array>
+#include "platform/files/file_handle.h"
 
-#include "platform/files/files_system.h"
+#include <algorithm>
+
 #include "platform/system/windows_api.h"
 
 namespace {
 
-constexpr DWORD kModulePathSize = 10000;
 constexpr size_t kLargestCall = size_t{1} << 30;
 
 HANDLE ToHandle(intptr_t hFile) {
     return reinterpret_cast<HANDLE>(hFile);
 }
 
-CFileHandle OpenFileToWrite(const std::string& strPath, DWORD dwDisposition) {
-    return CFileHandle(
-        reinterpret_cast<intptr_t>(CreateFileA(strPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                               nullptr, dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr)));
+// INVALID_HANDLE_VALUE, which the calls on files give when they fail, is -1.
+intptr_t OpenFile(const std::string& strPath, DWORD dwAccess, DWORD dwDisposition) {
+    return reinterpret_cast<intptr_t>(CreateFileA(strPath.c_str(), dwAccess, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                                  nullptr, dwDisposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 DWORD CallSize(size_t nSize) {
@@ -25,30 +24,26 @@ DWORD CallSize(size_t nSize) {
 
 }  // namespace
 
-static_assert(CFileHandle::kNone == -1, "the empty value must be INVALID_HANDLE_VALUE");
-
 FileError CFileHandle::Close() {
     const intptr_t hFile = std::exchange(m_hFile, kNone);
     if (hFile == kNone || CloseHandle(ToHandle(hFile)) != 0) return 0;
     return LastFileError();
 }
 
-CFileHandle OpenToRead(const std::string& strPath) {
-    return CFileHandle(
-        reinterpret_cast<intptr_t>(CreateFileA(strPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                               nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+CFileHandle CFileHandle::OpenToRead(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, GENERIC_READ, OPEN_EXISTING));
 }
 
-CFileHandle OpenToReplace(const std::string& strPath) {
-    return OpenFileToWrite(strPath, CREATE_ALWAYS);
+CFileHandle CFileHandle::OpenToReplace(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, GENERIC_WRITE, CREATE_ALWAYS));
 }
 
-CFileHandle OpenToAppend(const std::string& strPath) {
-    CFileHandle file = OpenFileToWrite(strPath, OPEN_ALWAYS);
+CFileHandle CFileHandle::OpenToAppend(const std::string& strPath) {
+    CFileHandle file(OpenFile(strPath, GENERIC_WRITE, OPEN_ALWAYS));
     if (!file.IsOpen()) return file;
     // The high half must be asked for: without it the call fails in a file of 4 GiB and more.
     LONG nHigh = 0;
-    const DWORD dwLow = SetFilePointer(ToHandle(file.Get()), 0, &nHigh, FILE_END);
+    const DWORD dwLow = SetFilePointer(ToHandle(file.m_hFile), 0, &nHigh, FILE_END);
     const DWORD dwError = dwLow == INVALID_SET_FILE_POINTER ? GetLastError() : NO_ERROR;
     if (dwError == NO_ERROR) return file;
     // The close must not replace the reason that the caller will read.
@@ -57,14 +52,14 @@ CFileHandle OpenToAppend(const std::string& strPath) {
     return file;
 }
 
-int64_t ReadSome(const CFileHandle& file, void* pBuffer, size_t nSize) {
+int64_t CFileHandle::Read(void* pBuffer, size_t nSize) const {
     DWORD dwRead = 0;
-    return ReadFile(ToHandle(file.Get()), pBuffer, CallSize(nSize), &dwRead, nullptr) != 0 ? int64_t{dwRead} : -1;
+    return ReadFile(ToHandle(m_hFile), pBuffer, CallSize(nSize), &dwRead, nullptr) != 0 ? int64_t{dwRead} : -1;
 }
 
-int64_t WriteSome(const CFileHandle& file, const void* pData, size_t nSize) {
+int64_t CFileHandle::Write(const void* pData, size_t nSize) const {
     DWORD dwWritten = 0;
-    return WriteFile(ToHandle(file.Get()), pData, CallSize(nSize), &dwWritten, nullptr) != 0 ? int64_t{dwWritten} : -1;
+    return WriteFile(ToHandle(m_hFile), pData, CallSize(nSize), &dwWritten, nullptr) != 0 ? int64_t{dwWritten} : -1;
 }
 
 FileError LastFileError() {
@@ -88,21 +83,4 @@ int64_t FileSize(const std::string& strPath) {
     if (GetFileAttributesExA(strPath.c_str(), GetFileExInfoStandard, &data) == 0) return 0;
     if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return -1;
     return (int64_t{data.nFileSizeHigh} << 32) | int64_t{data.nFileSizeLow};
-}
-
-std::string ModulePath() {
-    std::array<char, kModulePathSize> buffer = {};
-    const DWORD dwLength = GetModuleFileNameA(GetModuleHandleA(nullptr), buffer.data(), kModulePathSize);
-    // A text that fills the buffer has been cut.
-    return dwLength < kModulePathSize ? std::string(buffer.data(), dwLength) : std::string();
-}
-
-std::string SystemErrorText(int32_t nError) {
-    std::array<char, 1024> buffer = {};
-    const DWORD dwFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
-    const DWORD dwLength = FormatMessageA(dwFlags, nullptr, static_cast<DWORD>(nError), 0, buffer.data(),
-                                          static_cast<DWORD>(buffer.size()), nullptr);
-    std::string strText(buffer.data(), dwLength);
-    while (!strText.empty() && static_cast<unsigned char>(strText.back()) <= ' ') strText.pop_back();
-    return strText.empty() ? "Unknown error " + std::to_string(nError) : strText;
 }

@@ -1,9 +1,10 @@
 #include "platform/mfc/dialog.h"
 
 #include <cassert>
+#include <cstdio>
+#include <exception>
 
 #include "platform/mfc/dialog_template.h"
-#include "platform/mfc/exception_report.h"
 
 namespace {
 
@@ -31,6 +32,19 @@ class COwnerPause {
     const HWND m_hOwner;
     bool m_bWasEnabled;
 };
+
+// Writes the exception that is being handled to the debugger output. In a catch block only.
+void ReportCaughtException(const char* pszWhere) noexcept {
+    char szLine[512];  // no allocation here: the exception may be about memory
+    try {
+        throw;  // cppcheck-suppress rethrowNoCurrentException
+    } catch (const std::exception& error) {
+        std::snprintf(szLine, sizeof(szLine), "%s: %s\n", pszWhere, error.what());
+    } catch (...) {
+        std::snprintf(szLine, sizeof(szLine), "%s: unknown exception\n", pszWhere);
+    }
+    OutputDebugStringA(szLine);
+}
 
 }  // namespace
 
@@ -253,4 +267,17 @@ bool CDialog::PreTranslateMessage(MSG* pMessage) {
 
 LRESULT CDialog::DefWindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam) {
     return ::CallWindowProcA(m_pfnSystem, m_hWnd, nMessage, wParam, lParam);
+}
+
+bool NeedsLanguageFont(uint32_t dwLanguageCode) {
+    return dwLanguageCode == 4 || dwLanguageCode == 6 || dwLanguageCode == 9 || dwLanguageCode == 1000;
+}
+
+INT_PTR OpenDialogFont(CDialog* pDialog, uint32_t dwLanguageCode) {
+    // Not by the virtual DoModal: that is where the dialogs call this from.
+    return NeedsLanguageFont(dwLanguageCode) ? OpenDialogLanguageFont(pDialog) : pDialog->CDialog::DoModal();
+}
+
+INT_PTR OpenDialogLanguageFont(CDialog* pDialog) {
+    return pDialog->DoModalInFont("Tahoma", 10);
 }

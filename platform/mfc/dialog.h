@@ -8,6 +8,7 @@
 // disabled while the dialog is open. A C++ exception in an override is reported to the debugger output and ends there.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "platform/mfc/wnd.h"
@@ -82,3 +83,15 @@ class CDialog : public CWnd {
     bool m_bEnded = false;
     INT_PTR m_nResult = IDCANCEL;
 };
+
+// The font that dialogs are opened in: the languages that "MS Sans Serif" serves badly get another one.
+
+/// Whether dialogs in this language leave their template's font for "Tahoma" at 10 points: Japanese (4), Chinese (6),
+/// Russian (9) and the user's own language file (1000).
+bool NeedsLanguageFont(uint32_t dwLanguageCode);
+
+/// Runs the dialog modally by that rule and returns its result. A dialog's own DoModal is one call of this.
+INT_PTR OpenDialogFont(CDialog* pDialog, uint32_t dwLanguageCode);
+
+/// Runs the dialog in "Tahoma" at 10 points whatever the language.
+INT_PTR OpenDialogLanguageFont(CDialog* pDialog);

@@ -83,3 +83,15 @@ class CWnd {
   protected:
     HWND m_hWnd = nullptr;
 };
+
+/// The hourglass while the thread of the windows is busy: from construction to destruction.
+class CWaitCursor {
+  public:
+    CWaitCursor() : m_hBefore(SetCursor(LoadCursorA(nullptr, IDC_WAIT))) {}
+    ~CWaitCursor() { SetCursor(m_hBefore); }
+    CWaitCursor(const CWaitCursor&) = delete;
+    CWaitCursor& operator=(const CWaitCursor&) = delete;
+
+  private:
+    const HCURSOR m_hBefore;  // borrowed: cursors belong to who loaded them
+};

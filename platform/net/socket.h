@@ -2,29 +2,20 @@
 //
 // CSocket owns the handle: it is closed once, by the destructor or by Close, when no other thread can still be inside a
 // call on it. A thread that wants another thread's calls to fail uses Interrupt, never Close. All calls block; IPv4 only.
-// Addresses are 32-bit values in network byte order and ports are in host byte order: the conversion to the system's
-// address record stands in the two platform halves and nowhere else.
+// Endpoints become the system's address records in the two platform halves and nowhere else.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
-/// One end of a connection or the sender of a datagram.
-struct Endpoint {
-    uint32_t dwIp = 0;   // network byte order; 0 means every interface when it is bound to
-    uint16_t wPort = 0;  // host byte order; 0 means that the system chooses when it is bound to
-
-    bool operator==(const Endpoint&) const = default;
-};
+#include "platform/net/ip_address.h"
 
 /// RawIcmp receives every ICMP message of the machine, with its IPv4 header, and sends ICMP messages without one. Systems
 /// want a privileged process for it.
 enum class SocketKind { Tcp, Udp, RawIcmp };
-
-/// Bytes of datagrams that a UDP socket asks the system to hold while its thread is busy with others: what arrives beyond
-/// them is lost. The system may grant less.
-inline constexpr int kDatagramBufferBytes = 1 << 20;
 
 /// What a transfer did: the byte count, or -1 and the system's error code.
 struct [[nodiscard]] IoResult {
@@ -36,8 +27,12 @@ class CSocket {
   public:
     CSocket() = default;
     ~CSocket() { Close(); }
-    CSocket(CSocket&& other) noexcept : m_hSocket(other.m_hSocket) { other.m_hSocket = kNone; }
-    CSocket& operator=(CSocket&& other) noexcept;
+    CSocket(CSocket&& other) noexcept : m_hSocket(std::exchange(other.m_hSocket, kNone)) {}
+    CSocket& operator=(CSocket&& other) noexcept {
+        CSocket taken(std::move(other));  // first, so that an assignment to itself loses nothing
+        std::swap(m_hSocket, taken.m_hSocket);
+        return *this;
+    }
     CSocket(const CSocket&) = delete;
     CSocket& operator=(const CSocket&) = delete;
 
@@ -94,13 +89,9 @@ bool IsTemporaryAcceptError(int32_t nError);
 /// Starts the process's socket layer. 0 or the system's error code. Once, before any other call here.
 [[nodiscard]] int32_t StartSocketLayer();
 
-/// Reads a numeric IPv4 address in every form that inet_addr takes (dotted, hexadecimal, octal, one to four parts).
-/// *pdwIp is in network byte order and is set only on true. 255.255.255.255 is not taken, as with inet_addr.
-bool ParseIpAddress(const std::string& strText, uint32_t* pdwIp);
-/// Asks the system's resolver for the first IPv4 address of the name. Blocks; any thread.
+/// Asks the system's resolver for the first IPv4 address of the name: *pdwIp is in network byte order and is set only on
+/// true. Blocks; any thread.
 bool ResolveHostName(const std::string& strHost, uint32_t* pdwIp);
-/// "a.b.c.d" of an address in network byte order.
-std::string FormatIpAddress(uint32_t dwIp);
-/// An address in network byte order as a number whose most significant byte is the address's first, and back.
-uint32_t IpToNumber(uint32_t dwIp);
-uint32_t IpFromNumber(uint32_t dwNumber);
+/// The IPv4 addresses that the machine's own name stands for, in network byte order and in the resolver's order; empty
+/// when the system does not tell. Blocks while the resolver is asked. Windows only.
+std::vector<uint32_t> LocalAddresses();

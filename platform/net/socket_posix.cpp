@@ -1,3 +1,5 @@
+#include "platform/net/socket.h"
+
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -6,8 +8,7 @@
 
 #include <cerrno>
 
-#include "platform/net/socket.h"
-#include "platform/net/socket_address.h"
+#include "platform/net/socket_system.h"
 
 namespace {
 
@@ -196,13 +197,6 @@ bool IsTemporaryAcceptError(int32_t nError) {
 
 int32_t StartSocketLayer() {
     return 0;
-}
-
-bool ParseIpAddress(const std::string& strText, uint32_t* pdwIp) {
-    const in_addr_t dwIp = inet_addr(strText.c_str());
-    if (dwIp == INADDR_NONE) return false;
-    *pdwIp = dwIp;
-    return true;
 }
 
 bool ResolveHostName(const std::string& strHost, uint32_t* pdwIp) {

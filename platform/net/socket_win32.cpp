@@ -1,7 +1,8 @@
+#include "platform/net/socket.h"
+
 #include <cstdlib>
 
-#include "platform/net/socket.h"
-#include "platform/net/socket_address.h"
+#include "platform/net/socket_system.h"
 #include "platform/system/windows_api.h"
 
 namespace {
@@ -144,13 +145,6 @@ int32_t StartSocketLayer() {
     return WSAStartup(MAKEWORD(2, 2), &data);
 }
 
-bool ParseIpAddress(const std::string& strText, uint32_t* pdwIp) {
-    const unsigned long dwIp = inet_addr(strText.c_str());
-    if (dwIp == INADDR_NONE) return false;
-    *pdwIp = dwIp;
-    return true;
-}
-
 bool ResolveHostName(const std::string& strHost, uint32_t* pdwIp) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): Winsock answers each thread in a record of its own
     const hostent* const pHost = gethostbyname(strHost.c_str());
@@ -158,4 +152,16 @@ bool ResolveHostName(const std::string& strHost, uint32_t* pdwIp) {
     // The list holds addresses in network byte order, as s_addr does.
     *pdwIp = reinterpret_cast<const in_addr*>(pHost->h_addr_list[0])->s_addr;
     return true;
+}
+
+std::vector<uint32_t> LocalAddresses() {
+    char szName[256] = {};
+    if (gethostname(szName, sizeof(szName)) != 0) return {};
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): Winsock answers each thread in a record of its own
+    const hostent* const pHost = gethostbyname(szName);
+    if (!pHost || pHost->h_addrtype != AF_INET) return {};
+    std::vector<uint32_t> addresses;
+    for (char** ppAddress = pHost->h_addr_list; *ppAddress; ++ppAddress)
+        addresses.push_back(reinterpret_cast<const in_addr*>(*ppAddress)->s_addr);
+    return addresses;
 }

@@ -1,6 +1,6 @@
-#include <time.h>
-
 #include "platform/system/clock.h"
+
+#include <time.h>
 
 LocalTime ReadLocalTime() {
     timespec now = {};

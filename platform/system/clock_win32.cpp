@@ -1,4 +1,5 @@
 #include "platform/system/clock.h"
+
 #include "platform/system/windows_api.h"
 
 LocalTime ReadLocalTime() {

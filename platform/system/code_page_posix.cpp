@@ -1,8 +1,8 @@
+#include "platform/system/code_page.h"
+
 #include <iconv.h>
 
 #include <new>
-
-#include "platform/system/code_page.h"
 
 namespace {
 

@@ -1,7 +1,8 @@
+#include "platform/system/code_page.h"
+
 #include <climits>
 #include <new>
 
-#include "platform/system/code_page.h"
 #include "platform/system/windows_api.h"
 
 bool WideToAnsi(std::u16string_view strWide, std::string* pstrAnsi) try {

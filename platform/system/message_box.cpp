@@ -1,7 +1,5 @@
 #include "platform/system/message_box.h"
 
-#include "platform/system/message_box_system.h"
-
 namespace {
 
 MessageHandler g_pfnHandler = ShowSystemMessage;

@@ -20,7 +20,11 @@ struct Message {
 /// question is answered with Yes.
 bool ShowMessage(const Message& message);
 
-/// What ShowMessage calls from here on; null restores the platform's own way. Set before other threads run. Messages are
-/// shown only by the thread that owns the windows or, without windows, by the thread that runs main.
+/// The platform's own way, which ShowMessage takes unless a handler was set.
+bool ShowSystemMessage(const Message& message);
+
+/// What ShowMessage calls from here on; null restores the platform's own way. For tests, which have no user. Set before
+/// other threads run: messages are shown only by the thread that owns the windows or, without windows, by the thread that
+/// runs main.
 using MessageHandler = bool (*)(const Message& message);
 void SetMessageHandler(MessageHandler pfnHandler);

@@ -1,7 +1,6 @@
-#include <cstdio>
-
 #include "platform/system/message_box.h"
-#include "platform/system/message_box_system.h"
+
+#include <cstdio>
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "platform/system/message_box.h"
-#include "platform/system/message_box_system.h"
+
 #include "platform/system/windows_api.h"
 
 namespace {

@@ -10,6 +10,7 @@
 
 #include "platform/threads/thread_annotations.h"
 #include "platform/threads/threads_system.h"
+#include "platform/threads/threads_testing.h"
 
 namespace {
 

@@ -60,9 +60,10 @@ template <class T>
 /// The system's error code of a start that failed for want of a thread.
 int32_t ThreadStartError();
 
-/// Ends the parked threads and waits until they have gone. For orderly ends and for tests that count threads.
-void ReleaseParkedThreads();
-
-/// Lets this many further starts pass and makes every one after them fail, as on a system that has no thread left; -1
-/// switches that off. For tests.
-void FailThreadStartsAfter(int32_t nStarts);
+/// Makes other threads leave the calls that they are blocked in: calls interrupt(), which makes those calls fail, and on
+/// a system where it can miss a thread that is just entering (it returns false then, as CSocket::Interrupt does), calls
+/// it again every 10 ms until gone() tells that no other thread is inside a call any more.
+template <class Interrupt, class Gone>
+void EndCalls(Interrupt interrupt, Gone gone) {
+    while (!interrupt() && !gone()) Sleep(10);
+}

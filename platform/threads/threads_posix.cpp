@@ -1,3 +1,5 @@
+#include "platform/threads/threads_system.h"
+
 #include <pthread.h>
 #include <semaphore.h>
 #include <time.h>
@@ -7,7 +9,6 @@
 #include <new>
 
 #include "platform/threads/threads.h"
-#include "platform/threads/threads_system.h"
 
 namespace {
 

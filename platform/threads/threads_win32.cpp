@@ -1,3 +1,5 @@
+#include "platform/threads/threads_system.h"
+
 #include <process.h>
 
 #include <memory>
@@ -6,7 +8,6 @@
 
 #include "platform/system/windows_api.h"
 #include "platform/threads/threads.h"
-#include "platform/threads/threads_system.h"
 
 namespace {
 

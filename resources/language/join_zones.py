@@ -3,9 +3,9 @@
 
 Usage: join_zones.py OUTPUT ZONE_FILE...
 A zone file is UTF-8: the zone's label on the first line, then one entry a slot, "[number]", a tab and the text. A text
-may run over several lines, none of which begins with "[". Every zone must hold its slots once each and in order, and its
-texts must keep to the wording rules (zone_rules.py). The first fault ends the run with a message that names file, line
-and slot, and no table is written.
+may run over several lines, none of which begins with "[". Every zone must hold its slots once each and in order, and
+its texts must keep to the wording rules (zone_rules.py). The first fault ends the run with a message that names file,
+line and slot, and no table is written.
 """
 
 import dataclasses
@@ -16,8 +16,8 @@ import sys
 
 import zone_rules
 
-# In the order of the table: the label of each zone, and the code page of the systems that show its language. The general
-# texts are in many scripts.
+# In the order of the table: the label of each zone, and the code page of the systems that show its language. The
+# general texts are in many scripts.
 ZONES = {
     "general": ("[Zone_General]", None),
     "english": ("[Zone_English]", "cp1252"),

@@ -1,6 +1,6 @@
 """The wording rules: what the texts of every language must have in common with the English ones.
 
-A rule is given the texts of a zone and those of the English zone, both by slot and with their escapes as they stand, and
+A rule is given the texts of a zone and those of the English zone, both by slot and with their escapes as they stand. It
 yields (slot, fault) for each text that breaks it. The English zone is held against itself. RULES lists all of them.
 """
 

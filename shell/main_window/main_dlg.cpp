@@ -1,12 +1,12 @@
 #include "shell/main_window/main_dlg.h"
 
 #include "language/language_choice.h"
-#include "platform/mfc/dialog_font.h"
+#include "language/slots.h"
+#include "platform/mfc/dialog.h"
 #include "platform/system/process.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/auto_start.h"
-#include "shell/main_window/main_dlg_slots.h"
 #include "store/settings_file.h"
 
 namespace {

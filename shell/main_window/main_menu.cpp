@@ -1,7 +1,7 @@
 #include "shell/main_window/main_menu.h"
 
+#include "language/slots.h"
 #include "resources/resource.h"
-#include "shell/main_window/main_dlg_slots.h"
 
 namespace {
 

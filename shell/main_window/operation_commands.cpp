@@ -3,10 +3,10 @@
 #include <utility>
 
 #include "dialogs/pfo_options_dlg.h"
-#include "platform/mfc/wait_cursor.h"
+#include "language/slots.h"
+#include "platform/mfc/wnd.h"
 #include "resources/private_messages.h"
 #include "shell/link_operation.h"
-#include "shell/main_window/main_dlg_slots.h"
 #include "shell/main_window/operation_list.h"
 #include "shell/main_window/operation_workers.h"
 #include "shell/main_window/status_lines.h"

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "language/slots.h"
 #include "resources/resource.h"
 #include "shell/main_window/column_layout.h"
-#include "shell/main_window/main_dlg_slots.h"
 #include "shell/main_window/operation_sort.h"
 #include "shell/main_window/status_lines.h"
 

@@ -1,8 +1,8 @@
 #include "shell/main_window/operation_workers.h"
 
 #include "engine/port_forward_op.h"
+#include "language/slots.h"
 #include "platform/threads/threads.h"
-#include "shell/main_window/main_dlg_slots.h"
 #include "shell/main_window/operation_list.h"
 #include "shell/main_window/status_lines.h"
 

@@ -1,7 +1,7 @@
 #include "shell/main_window/tray.h"
 
+#include "language/slots.h"
 #include "resources/private_messages.h"
-#include "shell/main_window/main_dlg_slots.h"
 #include "shell/main_window/main_menu.h"
 
 TrayIcon CTray::Icon() const {

@@ -7,7 +7,7 @@
 
 #include "language/language_store.h"
 #include "platform/files/files.h"
-#include "platform/system/server_process.h"
+#include "platform/system/process.h"
 #include "platform/threads/threads.h"
 #include "shell/auto_start.h"
 #include "shell/link_operation.h"

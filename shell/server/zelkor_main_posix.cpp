@@ -4,7 +4,6 @@
 
 #include "platform/net/socket.h"
 #include "platform/system/process.h"
-#include "platform/system/server_process.h"
 #include "shell/server/server_options.h"
 #include "shell/server/server_run.h"
 

@@ -6,18 +6,16 @@
 #include <vector>
 
 #include "language/text_table.h"
-#include "platform/net/socket.h"
+#include "platform/net/ip_address.h"
 #include "shell/app_settings.h"
 
 namespace {
 
 OpSettings GoodSettings() {
     OpSettings settings;
-    settings.m_wLocalPort = 8080;
-    settings.m_wRemotePort = 65535;
-    settings.m_nMaxSessions = 7;
-    settings.m_nUdpTimeoutMs = 1000;
     settings.m_nProtocol = kProtocolUdp;
+    settings.m_wLocalPort = 8080;
+    settings.m_dwLocalIp = 0x12345678;
     settings.m_strLocalInterface = " 127.1 ";
     settings.m_strRemoteHost = "\t10.0.0.2";
     settings.m_bForwardIcmp = 1;
@@ -53,23 +51,18 @@ TEST(PfoOptionsRules, NumbersAreRefusedInOrder) {
 }
 
 TEST(PfoOptionsRules, InterfaceIsResolvedAndBlankMeansAll) {
-    const struct {
-        const char* pszInterface;
-        const char* pszIp;
-    } cases[] = {{" 127.1 ", "127.0.0.1"}, {"localhost", "127.0.0.1"}, {" \t", "0.0.0.0"}};
-    for (const auto& each : cases) {
+    const std::pair<const char*, uint32_t> cases[] = {{" 127.1 ", 0x7F000001}, {"localhost", 0x7F000001}, {" \t", 0}};
+    for (const auto& [pszInterface, dwIp] : cases) {
         OpSettings settings = GoodSettings();
-        settings.m_dwLocalIp = 0x12345678;
-        settings.m_strLocalInterface = each.pszInterface;
+        settings.m_strLocalInterface = pszInterface;
         EXPECT_EQ(ResolveHosts(&settings), PfoRefusal());
-        EXPECT_EQ(FormatIpAddress(settings.m_dwLocalIp), each.pszIp);
-        EXPECT_EQ(settings.m_strLocalInterface, each.pszInterface) << "kept as it was typed";
+        EXPECT_EQ(IpToNumber(settings.m_dwLocalIp), dwIp);
+        EXPECT_EQ(settings.m_strLocalInterface, pszInterface) << "kept as it was typed";
     }
 }
 
 TEST(PfoOptionsRules, HostThatIsNoneIsToldInterfaceFirst) {
     OpSettings settings = GoodSettings();
-    settings.m_dwLocalIp = 0x12345678;
     settings.m_strLocalInterface = " can't see birds";
     settings.m_strRemoteHost = " \t";
     const PfoRefusal first = ResolveHosts(&settings);

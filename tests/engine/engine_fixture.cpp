@@ -1,6 +1,6 @@
 #include "tests/engine/engine_fixture.h"
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/support/left_over.h"
 
 Endpoint Loopback(uint16_t wPort) {

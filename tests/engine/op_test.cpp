@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/host_text.h"
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
 
 namespace {

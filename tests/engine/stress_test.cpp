@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
 #include "tests/support/left_over.h"
 

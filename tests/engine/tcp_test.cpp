@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/session_event.h"
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
 #include "tests/support/failing_new.h"
 
@@ -155,7 +155,7 @@ TEST_F(TcpPath, AnAllocationThatFailsGivesOneEventAndNothingIsLeft) {
     ExpectForwards(op);
     ExpectIdle(op, 1);
     FailNextAllocationOf(sizeof(LogEntry));
-    RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1), "TCP");
+    RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1));
     EXPECT_THAT(Events(), UnorderedElementsAre(kAllocationFault, kAllocationFault, kAccepted, kEnded))
         << "without memory";
 }

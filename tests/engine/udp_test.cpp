@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/engine/engine_fixture.h"
 #include "tests/support/failing_new.h"
 

@@ -34,7 +34,7 @@ WORDING = [
     ("general", 18, "Русско", "Русский", "must be, to the letter"),
     ("german", 6, "Fehler", "", "empty"),
     ("german", 229, "", "Text", "a text where English has none"),
-    ("german", 28, "Das Aktualisierungsintervall darf nicht null sein.", "The update interval must not be zero.", "the E"),
+    ("german", 27, "Der eingegebene Dateipfad ist ungültig.", "The file path entered is not valid.", "the English"),
     ("german", 44, "\n\n3. ", "\n3. ", "lines: "),
     ("german", 44, "2. ", "3. ", "the number of the line"),
     ("german", 44, "Führen Sie das Programm aus.", "F.", "too short"),

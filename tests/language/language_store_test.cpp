@@ -78,8 +78,8 @@ class LanguageStore : public testing::Test {
     LanguageSettings m_settings;
 };
 
-// Saved files hold the codes. What the code page of the tests lacks is shown as an upside-down question mark, which only
-// Spanish texts have of their own; Western ones lose nothing.
+// Saved files hold the codes. What the code page of the tests lacks is shown as an upside-down question mark, which
+// only Spanish texts have of their own; Western ones lose nothing.
 TEST_F(LanguageStore, CodesSelectZonesWithTheirNamesAndPrompts) {
     const auto table = LanguageTableResource();
     ptrdiff_t nMarks = 0;

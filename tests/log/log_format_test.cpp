@@ -6,11 +6,11 @@ namespace {
 
 constexpr LocalTime kTime = {2006, 3, 4, 13, 5, 9, 42};
 
-SessionEvent Event(const std::string& strEvent = "Session accepted", const std::string& strRemoteHost = "web.example") {
+LogEvent Event(const std::string& strEvent = "Session accepted", const std::string& strRemoteHost = "web.example") {
     return {strEvent, 0, 80, strRemoteHost, 8080, {IpFromNumber(0x0A000001), 1234}, "TCP"};
 }
 
-std::string Entry(const std::string& strFormat, const SessionEvent& event = Event()) {
+std::string Entry(const std::string& strFormat, const LogEvent& event = Event()) {
     return FormatLogEntry(strFormat, "%Y.%MY.%D - %H24:%MN:%S.%MS", event, kTime);
 }
 
@@ -41,7 +41,7 @@ TEST(LogEntry, ReplacesItsCodesAlignedOrNot) {
 }
 
 TEST(LogEntry, TrailingSpacesOfTheEventGoOnlyWithoutPadding) {
-    const SessionEvent padded = Event("Sitzung beendet   ");
+    const LogEvent padded = Event("Sitzung beendet   ");
     EXPECT_EQ(Entry("[%E]", padded), "[Sitzung beendet   ]");
     EXPECT_EQ(Entry("%G[%E]", padded), "[Sitzung beendet]");
     EXPECT_EQ(Entry("%G%Z[%E]", padded), "[Sitzung beendet   ]");

@@ -8,7 +8,7 @@
 #include <sstream>
 #include <thread>
 
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/wait.h"
 
@@ -45,7 +45,7 @@ class LogWriter : public testing::Test {
         EXPECT_TRUE(WaitFor([this] { return m_writer.Queue().IsEmpty(); }));
         End();
     }
-    // Time in which the thread looks at its flags; on a machine that is too busy for it, less is seen and nothing fails.
+    // Time in which the thread looks at its flags; on a machine too busy for it, less is seen and nothing fails.
     static void LetItPoll() { Sleep(250); }
     std::string File() const { return (std::ostringstream() << std::ifstream(m_path, std::ios::binary).rdbuf()).str(); }
 
@@ -132,7 +132,7 @@ TEST_F(LogWriter, EntriesOfManyThreadsArriveWholeAndInTheirOrder) {
 }
 
 TEST_F(LogWriter, AFloodOfEntriesIsFreedWithoutDeepRecursion) {
-    for (int n = 0; n < 500'000; ++n) Queue("");
+    for (int n = 0; n < 1'000'000; ++n) Queue("");
     EXPECT_FALSE(m_writer.Queue().IsEmpty());
 }
 

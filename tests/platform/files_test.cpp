@@ -1,4 +1,6 @@
 #include "platform/files/files.h"
+#include "platform/system/process.h"
+#include "tests/support/left_over.h"
 
 #include <gmock/gmock.h>
 
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "platform/files/file_handle.h"
-#include "platform/files/files_system.h"
 
 namespace {
 
@@ -42,9 +43,6 @@ class Files : public testing::Test {
         EXPECT_TRUE(data.empty()) << strPath;
     }
 
-    // The close of a handle that is closed already says so. Nothing may have been opened meanwhile.
-    static bool IsClosed(intptr_t hFile) { return CFileHandle(hFile).Close() != 0; }
-
     const std::filesystem::path m_folder = std::filesystem::absolute("files_test_files");
 };
 
@@ -62,7 +60,7 @@ TEST_F(Files, AFileHoldsWhatWasWrittenLast) {
 TEST_F(Files, AppendingKeepsWhatIsThere) {
     EXPECT_EQ(AppendToFile(Path("log"), "\r\none"), 0);
     EXPECT_EQ(AppendToFile(Path("log"), ""), 0);
-    const CFileHandle reader = OpenToRead(Path("log"));
+    const CFileHandle reader = CFileHandle::OpenToRead(Path("log"));
     EXPECT_EQ(AppendToFile(Path("log"), std::string("\r\ntwo\0", 6)), 0) << "open in another place";
     EXPECT_EQ(Read("log"), std::string("\r\none\r\ntwo\0", 11));
 }
@@ -99,26 +97,24 @@ TEST_F(Files, AFullDiskIsTold) {
 }
 
 TEST_F(Files, AHandleIsClosedOnceByItsLastOwner) {
+    constexpr int32_t kRounds = 20;
     Write("file", "x");
-    CFileHandle first = OpenToRead(Path("file"));
-    CFileHandle second = OpenToRead(Path("file"));
-    ASSERT_TRUE(first.IsOpen() && second.IsOpen());
-    const intptr_t hFirst = first.Get();
-    const intptr_t hSecond = second.Get();
-    first = std::move(second);
-    EXPECT_TRUE(IsClosed(hFirst)) << "what the target held is given back";
-    EXPECT_EQ(first.Get(), hSecond);
-    EXPECT_FALSE(second.IsOpen());
-    CFileHandle& same = first;
-    first = std::move(same);
-    EXPECT_TRUE(first.IsOpen());
-    {
+    const int32_t nBefore = CountHandles();
+    for (int32_t nRound = 0; nRound < kRounds; ++nRound) {
+        CFileHandle first = CFileHandle::OpenToRead(Path("file"));
+        CFileHandle second = CFileHandle::OpenToRead(Path("file"));
+        first = std::move(second);
+        EXPECT_FALSE(second.IsOpen());
+        EXPECT_EQ(second.Close(), 0) << "closing nothing";
+        CFileHandle& same = first;
+        first = std::move(same);
         const CFileHandle third(std::move(first));
-        EXPECT_EQ(third.Get(), hSecond);
         EXPECT_FALSE(first.IsOpen());
+        char ch = 0;
+        EXPECT_EQ(third.Read(&ch, 1), 1);
     }
-    EXPECT_TRUE(IsClosed(hSecond));
-    EXPECT_EQ(first.Close(), 0) << "closing nothing";
+    // Wine keeps a few of its own between two calls; a fault here would leave one a round.
+    EXPECT_LT(CountHandles(), nBefore + kRounds);
 }
 
 TEST(System, ErrorTextsAreOneLine) {

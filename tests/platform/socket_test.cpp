@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/net/socket_end.h"
+#include "platform/threads/threads.h"
 #include "tests/support/left_over.h"
 #include "tests/support/wait.h"
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/files/files.h"
+#include "platform/system/process.h"
 #include "tests/store/settings_fixture.h"
 
 namespace {
@@ -143,6 +144,7 @@ TEST_F(SettingsFile, AForeignFileIsRefusedInTheLanguageChosen) {
         {"", SettingsFileStatus::NotOfProgram, "new64"},
         {strMagic.substr(0, 15), SettingsFileStatus::NotOfProgram, "new64"},
         {'\x7D' + Header().substr(1) + strBehind, SettingsFileStatus::WrongMagic, "new65"},
+        {strMagic.substr(0, 15) + '\x41' + Header().substr(16) + strBehind, SettingsFileStatus::WrongMagic, "new65"},
         {std::string(16, '\x7C'), SettingsFileStatus::WrongMagic, "new65"},
         {strMagic, SettingsFileStatus::WrongName, "new66"},
         {strMagic + U32(0) + strBehind, SettingsFileStatus::WrongName, "new66"},

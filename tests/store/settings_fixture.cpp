@@ -2,6 +2,7 @@
 
 #include "language/language_choice.h"
 #include "platform/files/files.h"
+#include "platform/system/process.h"
 
 int g_nLanguageChoices = 0;
 

@@ -1,5 +1,5 @@
-// The system's address record and an Endpoint, one made of the other. Only the halves of the socket layer and tools that
-// call the system themselves include this: it brings the system's socket header.
+// What the halves of the socket layer share, in the system's own types: its socket header comes in here. Nothing else of
+// the program includes this, only tools that call the system themselves.
 #pragma once
 
 #ifdef _WIN32
@@ -23,6 +23,10 @@ inline sockaddr_in ToSystemAddress(const Endpoint& endpoint) {
 inline Endpoint FromSystemAddress(const sockaddr_in& address) {
     return {address.sin_addr.s_addr, ntohs(address.sin_port)};
 }
+
+/// Bytes of datagrams that a UDP socket asks the system to hold while its thread is busy with others: what arrives beyond
+/// them is lost. The system may grant less.
+inline constexpr int kDatagramBufferBytes = 1 << 20;
 
 /// What the system's socket call takes for a kind.
 struct SocketType {
