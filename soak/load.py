@@ -261,8 +261,8 @@ class DatagramSession:
             for sequence in range(rng.randrange(1, 61)):
                 self.send(sequence)
                 # At times longer than the session's timeout: the next datagram begins another one of the same client.
-                self.receive_for((spread(rng, 2000) if rng.randrange(50) == 0 else rng.randrange(8)) / 1000)
-            self.receive_for(0.5, until_answered=True)
+                self.receive_for((spread(rng, 4000) if rng.randrange(50) == 0 else rng.randrange(8)) / 1000)
+            self.receive_for(0.5 if self.replies else 5, until_answered=True)
 
     def has_answer(self):
         """Or has asked too little to be sure of one."""

@@ -317,7 +317,7 @@ class Soak:
             settings = self.settings[number]
             time.sleep(rng.choice((0, rng.uniform(0, 0.3))))
             if rng.randrange(2):  # what leaves the way to the server as it is
-                settings.udp_timeout_ms = rng.randrange(1501)
+                settings.udp_timeout_ms = rng.randint(1000, 3000)
                 settings.allow = (("127.0.0.0", "127.255.255.255"),) * rng.randrange(20)
                 settings.block = (("10.0.0.1", "10.255.255.255"),) * rng.randrange(20)
                 settings.max_sessions = rng.randint(1, 2 * LOW_LIMIT) if operation["limited"] else HIGH_LIMIT
