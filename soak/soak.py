@@ -264,10 +264,10 @@ class Soak:
         self.program_descriptors = held_by(self.program.process.pid)[1]
 
     def end_program(self):
-        with self.program:
-            code = self.program.end()
-            if code != 0:
-                self.fail("\n".join([f"the program ended with {code}", *self.program.err]))
+        with self.program as program:
+            self.program = None
+            if code := program.end():
+                self.fail("\n".join([f"the program ended with {code}", *program.err]))
         if self.file.stat().st_mtime == 0 or self.file.read_bytes() != self.image:
             self.fail("the program did not save its settings as they were")
 
