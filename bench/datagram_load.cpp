@@ -40,7 +40,7 @@ class CDatagramRun {
     // Afterwards nothing is on its way any more.
     Figures Run(const Servers& servers) {
         for (uint32_t n = 0; n < m_load.numbers.at(2); ++n)
-            std::ranges::for_each(m_clients, [&](Client& c) { Send(c); });
+            for (Client& client : m_clients) Send(client);
         double dSeconds = 0;
         for (auto nextLook = m_now; !m_bOver || m_nSent > m_nEchoed + m_nLost;) {
             std::array<epoll_event, kReadyAtOnce> ready = {};
@@ -81,7 +81,8 @@ class CDatagramRun {
         if (nSize == m_message.size() && pEcho[nSize - 1] == m_message.back())
             std::memcpy(&nNumber, pEcho, sizeof nNumber);
         if (nNumber >= client.nNext) ++m_nForeign;
-        const auto sent = std::ranges::find(client.out, nNumber, &Sent::nNumber);
+        const auto sent =
+            std::find_if(client.out.begin(), client.out.end(), [&](const Sent& out) { return out.nNumber == nNumber; });
         if (sent == client.out.end()) return;  // also one that was counted as lost
         client.out.erase(sent);
         ++m_nEchoed;

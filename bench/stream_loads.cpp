@@ -116,7 +116,7 @@ Figures MeasureRoundTrip(Servers& servers, const Load& load) {
         sent = now;
     }
     CheckSum(servers.nStreamBytes == nTotal * nBytes, nTotal, "messages came back", servers.nStreamBytes);
-    std::ranges::sort(times);
+    std::sort(times.begin(), times.end());
     return {{"p50_us", PercentileUs(times, 0.50)}, {"p99_us", PercentileUs(times, 0.99)}};
 }
 

@@ -144,7 +144,7 @@ class CEngineHost {
             ReleaseParkedThreads();
             malloc_trim(0);
             const struct mallinfo2 heap = mallinfo2();
-            strAnswer = std::to_string(ZELKOR_OWN_HEAP ? heap.uordblks + heap.hblkhd : 0);
+            strAnswer = std::to_string(*ZELKOR_SANITIZED == 0 ? heap.uordblks + heap.hblkhd : 0);
         };
     }
 
