@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "language/slots.h"
 #include "platform/files/files.h"
 #include "platform/mfc/dialog.h"
 #include "platform/mfc/file_dialog.h"
@@ -10,10 +11,6 @@
 #include "shell/app_settings.h"
 
 namespace {
-
-constexpr uint32_t kSlotTextFilter = 10;
-constexpr uint32_t kSlotContinue = 36;
-constexpr uint32_t kSlotSave = 84;
 
 // Pixels: how far the text is from the left and upper edge, the buttons from the lower one.
 constexpr int kTextMargin = 4;
@@ -50,7 +47,7 @@ void CLongMessageDlg::DoDataExchange() {
     SetWindowText(m_strCaption);
     SetDlgItemText(IDC_LONG_TEXT, m_strText);
     SetDlgItemText(IDC_LONG_CONTINUE, m_pSettings->slotTable.Text(kSlotContinue));
-    SetDlgItemText(IDC_LONG_SAVE, m_pSettings->slotTable.Text(kSlotSave));
+    SetDlgItemText(IDC_LONG_SAVE, m_pSettings->slotTable.Text(kSlotSaveText));
     PlaceControls();
 }
 

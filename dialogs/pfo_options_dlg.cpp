@@ -3,9 +3,11 @@
 #include <utility>
 
 #include "dialogs/long_message_dlg.h"
+#include "language/slots.h"
 #include "platform/mfc/dialog.h"
 #include "platform/mfc/wnd.h"
 #include "platform/net/socket.h"
+#include "platform/system/message_box.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
@@ -16,31 +18,22 @@ constexpr struct {
     int nId;
     uint32_t nSlot;
 } kCaptions[] = {
-    {IDC_PFO_LISTEN_GROUP, 175},
-    {IDC_PFO_FORWARD_GROUP, 176},
-    {IDC_PFO_LOCAL_PORT_LABEL, 177},
-    {IDC_PFO_LOCAL_INTERFACE_LABEL, 178},
-    {IDC_PFO_REMOTE_PORT_LABEL, 179},
-    {IDC_PFO_REMOTE_HOST_LABEL, 180},
-    {IDC_PFO_BOUNCE, 181},
-    {IDC_PFO_PROTOCOL_LABEL, 182},
-    {IDC_PFO_MAX_SESSIONS_LABEL, 183},
-    {IDC_PFO_UDP_TIMEOUT_LABEL, 184},
-    {IDC_PFO_REFRESH, 185},
-    {IDC_PFO_FORWARD_ICMP, 186},
-    {IDC_PFO_FILTERING, 187},
-    {IDOK, 15},
-    {IDCANCEL, 16},
+    {IDC_PFO_LISTEN_GROUP, kSlotListenGroup},
+    {IDC_PFO_FORWARD_GROUP, kSlotForwardGroup},
+    {IDC_PFO_LOCAL_PORT_LABEL, kSlotLocalPort},
+    {IDC_PFO_LOCAL_INTERFACE_LABEL, kSlotLocalInterface},
+    {IDC_PFO_REMOTE_PORT_LABEL, kSlotRemotePort},
+    {IDC_PFO_REMOTE_HOST_LABEL, kSlotRemoteHost},
+    {IDC_PFO_BOUNCE, kSlotBounce},
+    {IDC_PFO_PROTOCOL_LABEL, kSlotProtocol},
+    {IDC_PFO_MAX_SESSIONS_LABEL, kSlotMaxSessions},
+    {IDC_PFO_UDP_TIMEOUT_LABEL, kSlotUdpTimeout},
+    {IDC_PFO_REFRESH, kSlotRefresh},
+    {IDC_PFO_FORWARD_ICMP, kSlotForwardIcmp},
+    {IDC_PFO_FILTERING, kSlotFiltering},
+    {IDOK, kSlotOk},
+    {IDCANCEL, kSlotCancel},
 };
-
-constexpr uint32_t kSlotInvalidInput = 29;
-constexpr uint32_t kSlotTitle = 174;
-constexpr uint32_t kSlotCloseSessions = 192;
-constexpr uint32_t kSlotCloseSessionsTitle = 193;
-constexpr uint32_t kSlotMaxSessionsInfo = 194;
-constexpr uint32_t kSlotMaxSessionsInfoTitle = 195;
-constexpr uint32_t kSlotUdpTimeoutInfo = 196;
-constexpr uint32_t kSlotUdpTimeoutInfoTitle = 197;
 
 // Pixels
 constexpr int kInfoWidth = 350;
@@ -66,19 +59,10 @@ int ControlOf(PfoField field) {
     return 0;
 }
 
-PfoFilters FiltersOf(const CPortForwardOp& operation) {
-    return {operation.m_allowRanges, operation.m_blockRanges, operation.m_bFiltersEnabled != 0};
-}
-
 }  // namespace
 
-CPfoOptionsDlg::CPfoOptionsDlg(AppSettings* pSettings, bool bNewOperation, CPortForwardOp* pOperation,
-                               CPortForwardOp* pEdited)
-    : CDialog(IDD_PFO_OPTIONS),
-      m_pSettings(pSettings),
-      m_bNewOperation(bNewOperation),
-      m_pOperation(pOperation),
-      m_pEdited(pEdited) {}
+CPfoOptionsDlg::CPfoOptionsDlg(AppSettings* pSettings, const CPortForwardOp* pEdited, OpSettings* pResult)
+    : CDialog(IDD_PFO_OPTIONS), m_pSettings(pSettings), m_pEdited(pEdited), m_pResult(pResult) {}
 
 INT_PTR CPfoOptionsDlg::DoModal() {
     return OpenDialogFont(this, m_pSettings->languageCode);
@@ -87,14 +71,14 @@ INT_PTR CPfoOptionsDlg::DoModal() {
 void CPfoOptionsDlg::DoDataExchange() {
     SetCaptions();
     FillInterfaces();
-    m_filters = m_bNewOperation ? PfoFilters() : FiltersOf(*m_pOperation);
-    ShowFields(m_bNewOperation ? LastUsedFields(*m_pSettings) : FieldsOf(*m_pOperation));
+    m_options = m_pEdited ? m_pEdited->m_settings : LastUsedSettings(*m_pSettings);
+    ShowFields();
     EnableFields();
 }
 
 void CPfoOptionsDlg::SetCaptions() const {
     const auto texts = m_pSettings->slotTable.Snapshot();
-    SetWindowText(texts->Text(kSlotTitle));
+    SetWindowText(texts->Text(kSlotOptionsTitle));
     for (const auto& [nId, nSlot] : kCaptions) SetDlgItemText(nId, texts->Text(nSlot));
 }
 
@@ -109,31 +93,31 @@ void CPfoOptionsDlg::FillInterfaces() const {
     }
 }
 
-void CPfoOptionsDlg::ShowFields(const PfoFields& fields) const {
-    SetDlgItemUInt(IDC_PFO_LOCAL_PORT, static_cast<uint32_t>(fields.nLocalPort));
-    SetDlgItemUInt(IDC_PFO_REMOTE_PORT, static_cast<uint32_t>(fields.nRemotePort));
-    SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, fields.strLocalInterface);
-    SetDlgItemText(IDC_PFO_REMOTE_HOST, fields.strRemoteHost);
-    CheckDlgButton(IDC_PFO_BOUNCE, fields.bBounce);
-    SetDlgItemInt(IDC_PFO_MAX_SESSIONS, fields.nMaxSessions);
-    SetDlgItemInt(IDC_PFO_UDP_TIMEOUT, fields.nUdpTimeoutMs);
-    CheckDlgButton(IDC_PFO_FORWARD_ICMP, fields.bForwardIcmp);
-    CheckDlgButton(IDC_PFO_UDP, fields.nProtocol == kProtocolUdp);
-    CheckDlgButton(IDC_PFO_TCP, fields.nProtocol == kProtocolTcp);
+void CPfoOptionsDlg::ShowFields() const {
+    SetDlgItemUInt(IDC_PFO_LOCAL_PORT, m_options.m_wLocalPort);
+    SetDlgItemUInt(IDC_PFO_REMOTE_PORT, m_options.m_wRemotePort);
+    SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, m_options.m_strLocalInterface);
+    SetDlgItemText(IDC_PFO_REMOTE_HOST, m_options.m_strRemoteHost);
+    CheckDlgButton(IDC_PFO_BOUNCE, m_options.m_bBounce != 0);
+    SetDlgItemInt(IDC_PFO_MAX_SESSIONS, m_options.m_nMaxSessions);
+    SetDlgItemInt(IDC_PFO_UDP_TIMEOUT, m_options.m_nUdpTimeoutMs);
+    CheckDlgButton(IDC_PFO_FORWARD_ICMP, m_options.m_bForwardIcmp != 0);
+    CheckDlgButton(IDC_PFO_UDP, m_options.m_nProtocol == kProtocolUdp);
+    CheckDlgButton(IDC_PFO_TCP, m_options.m_nProtocol == kProtocolTcp);
 }
 
 PfoFields CPfoOptionsDlg::ReadFields() const {
-    PfoFields fields;
-    fields.nMaxSessions = GetDlgItemInt(IDC_PFO_MAX_SESSIONS);
-    fields.nUdpTimeoutMs = GetDlgItemInt(IDC_PFO_UDP_TIMEOUT);
-    fields.nLocalPort = GetDlgItemInt(IDC_PFO_LOCAL_PORT);
-    fields.nRemotePort = GetDlgItemInt(IDC_PFO_REMOTE_PORT);
-    fields.strLocalInterface = GetDlgItemText(IDC_PFO_LOCAL_INTERFACE);
-    fields.strRemoteHost = GetDlgItemText(IDC_PFO_REMOTE_HOST);
-    if (IsDlgButtonChecked(IDC_PFO_UDP)) fields.nProtocol = kProtocolUdp;
-    if (IsDlgButtonChecked(IDC_PFO_TCP)) fields.nProtocol = kProtocolTcp;
-    fields.bBounce = IsDlgButtonChecked(IDC_PFO_BOUNCE);
-    fields.bForwardIcmp = IsDlgButtonChecked(IDC_PFO_FORWARD_ICMP);
+    PfoFields fields = {m_options, GetDlgItemInt(IDC_PFO_LOCAL_PORT), GetDlgItemInt(IDC_PFO_REMOTE_PORT)};
+    OpSettings& settings = fields.settings;
+    settings.m_nMaxSessions = GetDlgItemInt(IDC_PFO_MAX_SESSIONS);
+    settings.m_nUdpTimeoutMs = GetDlgItemInt(IDC_PFO_UDP_TIMEOUT);
+    settings.m_strLocalInterface = GetDlgItemText(IDC_PFO_LOCAL_INTERFACE);
+    settings.m_strRemoteHost = GetDlgItemText(IDC_PFO_REMOTE_HOST);
+    settings.m_nProtocol = 0;
+    if (IsDlgButtonChecked(IDC_PFO_UDP)) settings.m_nProtocol = kProtocolUdp;
+    if (IsDlgButtonChecked(IDC_PFO_TCP)) settings.m_nProtocol = kProtocolTcp;
+    settings.m_bBounce = IsDlgButtonChecked(IDC_PFO_BOUNCE);
+    settings.m_bForwardIcmp = IsDlgButtonChecked(IDC_PFO_FORWARD_ICMP);
     return fields;
 }
 
@@ -182,26 +166,30 @@ void CPfoOptionsDlg::ShowInformation(uint32_t nSlot, uint32_t nTitleSlot) const 
 }
 
 void CPfoOptionsDlg::OnOK() {
-    const PfoFields fields = ReadFields();
-    uint32_t dwLocalIp = 0;
-    PfoRefusal refusal = CheckNumbers(fields);
+    PfoFields fields = ReadFields();
+    PfoRefusal refusal = CheckNumbers(&fields);
     if (refusal.field == PfoField::None) {
         const CWaitCursor wait;
-        refusal = ResolveHosts(fields, *m_pSettings->slotTable.Snapshot(), &dwLocalIp);
+        refusal = ResolveHosts(&fields.settings);
     }
     if (refusal.field != PfoField::None) {
         Refuse(refusal);
         return;
     }
     if (!MayCloseSessions()) return;
-    StoreFields(fields, dwLocalIp, std::move(m_filters), m_bNewOperation ? m_pOperation : m_pEdited);
-    StoreLastUsed(fields, m_pSettings);
+    StoreLastUsed(fields.settings, m_pSettings);
+    *m_pResult = std::move(fields.settings);
     EndDialog(IDOK);
 }
 
 void CPfoOptionsDlg::Refuse(const PfoRefusal& refusal) const {
-    const SlotTable& texts = m_pSettings->slotTable;
-    if (refusal.nSlot != 0) MessageBox(texts.Text(refusal.nSlot), texts.Text(kSlotInvalidInput), MB_ICONERROR);
+    const auto pTexts = m_pSettings->slotTable.Snapshot();
+    const std::string strText = RefusalText(refusal, *pTexts);
+    if (refusal.field == PfoField::LocalInterface || refusal.field == PfoField::RemoteHost) {
+        ShowMessage({strText, "", MessageIcon::Error, MessageButtons::Ok});
+    } else {
+        MessageBox(strText, pTexts->Text(kSlotInvalidInput), MB_ICONERROR);
+    }
     SelectDlgItemText(ControlOf(refusal.field));
     if (refusal.field != PfoField::LocalInterface) return;
     // The combo box does not hand these on to its edit field, and selects by itself only when the focus comes to it.
@@ -211,7 +199,7 @@ void CPfoOptionsDlg::Refuse(const PfoRefusal& refusal) const {
 }
 
 bool CPfoOptionsDlg::MayCloseSessions() const {
-    if (m_pOperation->m_nSessions <= 0) return true;
+    if (!m_pEdited || m_pEdited->m_nSessions <= 0) return true;
     const SlotTable& texts = m_pSettings->slotTable;
     return MessageBox(texts.Text(kSlotCloseSessions), texts.Text(kSlotCloseSessionsTitle),
                       MB_YESNO | MB_ICONQUESTION) == IDYES;

@@ -11,3 +11,11 @@ struct EngineCounters {
     std::atomic<int32_t> nSessions = 0;       // sessions open in all operations
     std::atomic<int32_t> nPendingSetups = 0;  // TCP set-up threads of all operations
 };
+
+/// Adds bytes that came in from one side. Nothing is published by them: readers only show the figure.
+inline void AddBytes(std::atomic<double>& dTotal, int32_t nBytes) {
+    // Not fetch_add: not every standard library has it for double yet.
+    double dOld = dTotal.load(std::memory_order_relaxed);
+    while (!dTotal.compare_exchange_weak(dOld, dOld + nBytes, std::memory_order_relaxed)) {
+    }
+}

@@ -1,8 +1,6 @@
 #include "engine/host_text.h"
 
-#include "language/text_table.h"
 #include "platform/net/socket.h"
-#include "platform/system/message_box.h"
 
 namespace {
 
@@ -11,50 +9,34 @@ constexpr char kBlanks[] = " \t";
 // Host fields take this much; no host name is longer, and a settings file can hold any text.
 constexpr size_t kMaxHostText = 4095;
 
-constexpr uint32_t kSlotNullHost = 69;
-constexpr uint32_t kSlotUnresolvedHost = 70;
-
-void ShowFailure(const std::string& strText) {
-    Message message;
-    message.strText = strText;
-    message.icon = MessageIcon::Error;
-    ShowMessage(message);
+std::string_view Trimmed(std::string_view strText) {
+    const size_t nFirst = strText.find_first_not_of(kBlanks);
+    if (nFirst == std::string_view::npos) return {};
+    return strText.substr(nFirst, strText.find_last_not_of(kBlanks) - nFirst + 1);
 }
 
 }  // namespace
 
 bool IsBlankText(const std::string& strText) {
-    return strText.find_first_not_of(kBlanks) == std::string::npos;
+    return Trimmed(strText).empty();
 }
 
 void TrimText(std::string* pstrText) {
-    const size_t nFirst = pstrText->find_first_not_of(kBlanks);
-    if (nFirst == std::string::npos) {
-        pstrText->clear();
-        return;
-    }
-    const size_t nLast = pstrText->find_last_not_of(kBlanks);
-    *pstrText = pstrText->substr(nFirst, nLast - nFirst + 1);
+    *pstrText = std::string(Trimmed(*pstrText));
 }
 
-bool ResolveHostText(std::string* pstrHost, const TextTable* pMessages) {
-    if (IsBlankText(*pstrHost)) {
-        if (pMessages != nullptr) ShowFailure(pMessages->Text(kSlotNullHost));
-        return false;
-    }
+HostResult ResolveHostText(std::string* pstrHost) {
+    if (IsBlankText(*pstrHost)) return HostResult::Blank;
     TrimText(pstrHost);
     uint32_t dwIp = 0;
-    const bool bFound =
-        ParseIpAddress(*pstrHost, &dwIp) || (pstrHost->size() <= kMaxHostText && ResolveHostName(*pstrHost, &dwIp));
-    if (!bFound) {
-        if (pMessages != nullptr) ShowFailure(pMessages->Text(kSlotUnresolvedHost) + "\r\n" + *pstrHost + "\r\n");
-        return false;
-    }
+    if (!ResolveHostAddress(*pstrHost, &dwIp)) return HostResult::Unknown;
     *pstrHost = FormatIpAddress(dwIp);
-    return true;
+    return HostResult::Resolved;
 }
 
-bool ResolveHostAddress(const std::string& strHost, uint32_t* pdwIp) {
-    std::string strResolved = strHost;
-    return ResolveHostText(&strResolved, nullptr) && ParseIpAddress(strResolved, pdwIp);
+bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp) {
+    const std::string strTrimmed(Trimmed(strHost));
+    if (strTrimmed.empty()) return false;
+    return ParseIpAddress(strTrimmed, pdwIp) ||
+           (strTrimmed.size() <= kMaxHostText && ResolveHostName(strTrimmed, pdwIp));
 }

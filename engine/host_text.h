@@ -3,8 +3,7 @@
 
 #include <cstdint>
 #include <string>
-
-class TextTable;
+#include <string_view>
 
 /// True for an empty text and for one of spaces and tabs only.
 bool IsBlankText(const std::string& strText);
@@ -12,10 +11,16 @@ bool IsBlankText(const std::string& strText);
 /// Removes leading and trailing spaces and tabs.
 void TrimText(std::string* pstrText);
 
-/// Replaces a host text by the dotted quad of the host's first address. Blocks while the resolver is asked; nothing is
-/// cached. False for a blank text and for one that names no host; the text is then trimmed but otherwise as it was. With
-/// pMessages (the texts in force) a failure is also shown to the user; null asks for no message.
-bool ResolveHostText(std::string* pstrHost, const TextTable* pMessages);
+enum class HostResult {
+    Resolved,
+    Blank,    // there is nothing to resolve
+    Unknown,  // the text names no host
+};
 
-/// The same without a message, as the binary address in network byte order.
-bool ResolveHostAddress(const std::string& strHost, uint32_t* pdwIp);
+/// Replaces a host text by the dotted quad of the host's first address. Blocks while the resolver is asked; nothing is
+/// cached. A text that is not resolved is trimmed but otherwise as it was.
+[[nodiscard]] HostResult ResolveHostText(std::string* pstrHost);
+
+/// The first address of a host text, in network byte order. Blocks like ResolveHostText, save for a numeric address. False
+/// for a blank text and for one that names no host.
+[[nodiscard]] bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp);

@@ -2,7 +2,6 @@
 
 #include <mutex>
 
-#include "engine/counts.h"
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 #include "engine/session_target.h"
@@ -16,7 +15,7 @@ constexpr uint32_t kPollMs = 10;
 // The client of the first session whose datagram this is. With a fixed destination that one has been compared already;
 // otherwise the client's own address is the destination.
 std::optional<Endpoint> FindClient(CPortForwardOp& op, const QuotedDatagram& quoted) {
-    const bool bBounce = IsTargetTheClient(op);
+    const bool bBounce = op.m_settings.IsTargetTheClient();
     const std::scoped_lock lock(op.m_csUdpSessions);
     for (const UdpSession* pSession = op.m_UdpSessionHead.pNext.get(); pSession != nullptr;
          pSession = pSession->pNext.get()) {
@@ -29,9 +28,10 @@ std::optional<Endpoint> FindClient(CPortForwardOp& op, const QuotedDatagram& quo
 
 // Whether the datagram went where the operation's datagrams go. Without a fixed destination only the port is known.
 bool IsToTarget(const CPortForwardOp& op, const QuotedDatagram& quoted) {
+    const OpSettings& settings = op.m_settings;
     uint32_t dwTarget = quoted.target.dwIp;
-    if (!IsTargetTheClient(op) && !ResolveHostAddress(op.m_strRemoteHost, &dwTarget)) return false;
-    return quoted.target == Endpoint{dwTarget, op.m_wRemotePort};
+    if (!settings.IsTargetTheClient() && !ResolveHostAddress(settings.m_strRemoteHost, &dwTarget)) return false;
+    return quoted.target == Endpoint{dwTarget, settings.m_wRemotePort};
 }
 
 void ForwardError(CIcmpForwarder& forwarder, std::span<const uint8_t> packet) {
@@ -57,9 +57,7 @@ int32_t CIcmpForwarder::Start() {
     if (nError == 0) nError = m_hIcmpSocket.Bind({});
     if (nError == 0) {
         m_bIcmpRunning = 1;
-        AddThread(*m_pOp);
-        if (AfxBeginThread(IcmpForwardThread, this)) return 0;
-        RemoveThread(*m_pOp);
+        if (m_pOp->BeginThread(IcmpForwardThread, this)) return 0;
         m_bIcmpRunning = 0;
         nError = ThreadStartError();
     }
@@ -84,5 +82,5 @@ void IcmpForwardThread(CIcmpForwarder* pForwarder) {
         ForwardError(*pForwarder, {buffer, static_cast<size_t>(received.nBytes)});
     }
     pForwarder->SetThreadEnded();
-    RemoveThread(op);
+    op.RemoveThread();
 }

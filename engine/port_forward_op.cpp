@@ -1,11 +1,11 @@
 #include "engine/port_forward_op.h"
 
-#include "engine/counts.h"
-#include "platform/threads/threads.h"
+#include <new>
 
 namespace {
 
 constexpr uint32_t kPollMs = 10;
+constexpr int32_t kBacklog = 10;
 
 }  // namespace
 
@@ -22,15 +22,13 @@ bool CPortForwardOp::Start() {
     m_dBytesFromServer = 0;
     m_nTotalSessions = 0;
     m_nStartError = 0;
-    if (m_nProtocol != kProtocolTcp && m_nProtocol != kProtocolUdp) return false;
+    if (!ProtocolText(m_settings.m_nProtocol)) return false;
     m_bListenerStop = 0;
     m_bUdpStop = 0;
     m_bRunning = 1;
     m_bStarting = 1;
-    AddThread(*this);
-    if (!AfxBeginThread(m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
+    if (!BeginThread(m_settings.m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
         FailStart(ThreadStartError());
-        RemoveThread(*this);
     }
     while (m_bStarting != 0) Sleep(kPollMs);
     // A listener that failed has told so; its thread is gone in a moment.
@@ -46,14 +44,15 @@ void CPortForwardOp::FailStart(int32_t nError) {
 
 bool CPortForwardOp::Stop() {
     if (m_bRunning != 0) {
-        if (m_nProtocol == kProtocolUdp) {
+        if (m_settings.m_nProtocol == kProtocolUdp) {
             m_bUdpStop = 1;
             while (m_nActiveSessions > 0) Sleep(kPollMs);
         }
         m_bListenerStop = 1;
         EndListenerWhile([this] { return m_nActiveSessions > 0; });
         // The set-ups of all operations: one that is still in connect may yet open a session here.
-        if (m_nProtocol == kProtocolTcp) EndListenerWhile([this] { return m_pCounters->nPendingSetups > 0; });
+        if (m_settings.m_nProtocol == kProtocolTcp)
+            EndListenerWhile([this] { return m_pCounters->nPendingSetups > 0; });
         EndListenerWhile([this] { return m_nActiveSessions > 0; });
         EndListenerWhile([this] { return m_nThreads > 0; });
         EndListenerWhile([this] { return m_bRunning != 0; });
@@ -76,6 +75,41 @@ void CPortForwardOp::InterruptListener() {
     if (hListen) hListen->Interrupt();
 }
 
+void CPortForwardOp::AddThread() {
+    m_pCounters->nThreads.fetch_add(1);
+    m_nThreads.fetch_add(1);
+}
+
+void CPortForwardOp::RemoveThread() {
+    m_pCounters->nThreads.fetch_sub(1);
+    m_nThreads.fetch_sub(1);
+}
+
+void CPortForwardOp::AddSession() {
+    m_pCounters->nSessions.fetch_add(1);
+    m_nSessions.fetch_add(1);
+    m_nTotalSessions.fetch_add(1);
+    m_nActiveSessions.fetch_add(1);
+}
+
+void CPortForwardOp::RemoveSession() {
+    m_nActiveSessions.fetch_sub(1);
+    m_pCounters->nSessions.fetch_sub(1);
+    m_nSessions.fetch_sub(1);
+}
+
+int32_t CPortForwardOp::OpenListenSocket() try {
+    const bool bTcp = m_settings.m_nProtocol == kProtocolTcp;
+    auto hListen = std::make_shared<CSocket>();
+    int32_t nError = hListen->Open(bTcp ? SocketKind::Tcp : SocketKind::Udp);
+    if (nError == 0) nError = hListen->Bind({m_settings.m_dwLocalIp, m_settings.m_wLocalPort});
+    if (nError == 0 && bTcp) nError = hListen->Listen(kBacklog);
+    if (nError == 0) SetListenSocket(std::move(hListen));
+    return nError;
+} catch (const std::bad_alloc&) {
+    return ThreadStartError();
+}
+
 std::shared_ptr<CSocket> CPortForwardOp::ListenSocket() {
     const std::scoped_lock lock(m_csListenSocket);
     return m_hListenSocket;
@@ -89,8 +123,8 @@ void CPortForwardOp::SetListenSocket(std::shared_ptr<CSocket> hListen) {
 uint16_t CPortForwardOp::ListenPort() {
     const auto hListen = ListenSocket();
     Endpoint local;
-    const bool bChosen = m_wLocalPort == 0 && hListen && hListen->LocalEndpoint(&local) == 0;
-    return bChosen ? local.wPort : m_wLocalPort;
+    const bool bChosen = m_settings.m_wLocalPort == 0 && hListen && hListen->LocalEndpoint(&local) == 0;
+    return bChosen ? local.wPort : m_settings.m_wLocalPort;
 }
 
 bool CPortForwardOp::InterruptTcpSessions() {
@@ -120,6 +154,7 @@ void CPortForwardOp::EndLeftThreads() {
 }
 
 bool CPortForwardOp::IsClientAllowed(uint32_t dwIp) const {
-    if (!IsEmptyList(m_allowRanges) && !IsInRanges(m_allowRanges, dwIp)) return false;
-    return !IsInRanges(m_blockRanges, dwIp);
+    const IpRangeList& allowed = m_settings.m_allowRanges;
+    if (!IsEmptyList(allowed) && !IsInRanges(allowed, dwIp)) return false;
+    return !IsInRanges(m_settings.m_blockRanges, dwIp);
 }

@@ -1,6 +1,6 @@
 // One port-forwarding-operation: its settings, its live state and its counters.
 //
-// Calling order: construct, fill in the settings, link (the members under "Links"), then any number of Start and Stop
+// Calling order: construct, give it its settings, link (the members under "Links"), then any number of Start and Stop
 // pairs, then destroy. Start and Stop block and do not run at once on one object. The object does no forwarding itself:
 // Start spawns a listener thread, and that one the threads of the sessions. Settings are written only while the operation
 // is stopped; counters and flags can be read from any thread at any time.
@@ -11,9 +11,10 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "engine/engine_counters.h"
-#include "engine/ip_range.h"
+#include "engine/op_settings.h"
 #include "engine/tcp_session.h"
 #include "engine/udp_session.h"
 #include "language/text_table.h"
@@ -21,10 +22,7 @@
 #include "platform/net/socket.h"
 #include "platform/threads/shared_value.h"
 #include "platform/threads/thread_annotations.h"
-
-/// Values of m_nProtocol: IP protocol numbers. Every other value is kept but cannot be started.
-inline constexpr int32_t kProtocolTcp = 6;
-inline constexpr int32_t kProtocolUdp = 17;
+#include "platform/threads/threads.h"
 
 /// Threads of the program that may run at once, set-up threads not counted.
 inline constexpr int32_t kMaxThreads = 1500;
@@ -52,19 +50,7 @@ class CPortForwardOp {
 
     // Settings: written while the operation is stopped, read by its threads
 
-    int32_t m_nProtocol = kProtocolTcp;
-    std::string m_strLocalInterface;  // as the user typed it; the engine reads m_dwLocalIp
-    uint32_t m_dwLocalIp = 0;         // network byte order; 0: all interfaces
-    uint16_t m_wLocalPort = 0;        // host byte order
-    std::string m_strRemoteHost;      // name, dotted quad or blank; resolved anew for every session
-    uint16_t m_wRemotePort = 0;       // host byte order
-    uint8_t m_bBounce = 0;            // connect to the client's own address
-    int32_t m_nMaxSessions = 100;
-    int32_t m_nUdpTimeoutMs = 60000;
-    uint8_t m_bForwardIcmp = 0;
-    uint8_t m_bFiltersEnabled = 0;
-    IpRangeList m_allowRanges;
-    IpRangeList m_blockRanges;
+    OpSettings m_settings;
 
     // Links: set once, before the first Start; what they point at outlives the operation
 
@@ -98,6 +84,28 @@ class CPortForwardOp {
 
     // For the threads of the operation only
 
+    /// Starts a thread of the operation. It is counted before it exists, so that a stop which finds no thread counted can be
+    /// sure that none is about to begin. False when the system gives none: nothing is counted then, and a block that was
+    /// to move into the thread stays with the caller.
+    template <class Proc, class Param>
+    [[nodiscard]] bool BeginThread(Proc pfnProc, Param&& param) {
+        AddThread();
+        if (AfxBeginThread(pfnProc, std::forward<Param>(param))) return true;
+        RemoveThread();
+        return false;
+    }
+    /// Counts a thread that cannot fail to begin.
+    void AddThread();
+    /// A thread's last touch of the operation, which can go from then on.
+    void RemoveThread();
+
+    /// A session is counted from the moment that it stands until its end has been told.
+    void AddSession();
+    void RemoveSession();
+
+    /// Opens and binds the operation's socket and, for TCP, listens. 0, or the system's code and the socket that there was
+    /// stays.
+    [[nodiscard]] int32_t OpenListenSocket();
     /// The listening TCP socket or the UDP socket; null before the first start. The holder keeps it open.
     std::shared_ptr<CSocket> ListenSocket();
     void SetListenSocket(std::shared_ptr<CSocket> hListen);

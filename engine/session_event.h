@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "platform/net/ip_address.h"
 
@@ -20,7 +21,9 @@ enum class SessionEventSlot : uint32_t {
     Accepted = 143,
 };
 
+/// How a step towards a session ends: empty when the session can go on, else the event that tells why it cannot.
+using Rejection = std::optional<SessionEventSlot>;
+
 /// Formats the event's log line and queues it, if logging is on. Any engine thread, with no lock held. Without memory for
-/// the line the event is lost without a word. pszProtocol is "TCP" or "UDP".
-void RaiseSessionEvent(const CPortForwardOp& op, SessionEventSlot slot, const Endpoint& client,
-                       const char* pszProtocol);
+/// the line the event is lost without a word.
+void RaiseSessionEvent(const CPortForwardOp& op, SessionEventSlot slot, const Endpoint& client);

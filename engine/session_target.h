@@ -1,4 +1,4 @@
-// Where the sessions of an operation go; the same for both protocols.
+// Whether a session may come up and where it goes; the same for both protocols.
 #pragma once
 
 #include "engine/session_event.h"
@@ -6,10 +6,11 @@
 
 class CPortForwardOp;
 
-/// Whether each client is connected back to its own address: bounce, or a blank remote host.
-bool IsTargetTheClient(const CPortForwardOp& op);
-
 /// Opens *phSocket and connects it to the operation's remote port, for this client. A name is looked up anew each time.
-/// Blocks. Accepted, or the event that tells which step failed.
-[[nodiscard]] SessionEventSlot ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind,
-                                               CSocket* phSocket);
+/// Blocks.
+[[nodiscard]] Rejection ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind,
+                                        CSocket* phSocket);
+
+/// The limits that every session has to pass, those of the operation first. nPendingSetups is the program's count of
+/// set-up threads, which do not count as threads here.
+[[nodiscard]] Rejection CheckLimits(const CPortForwardOp& op, int32_t nPendingSetups);

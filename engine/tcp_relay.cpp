@@ -1,14 +1,13 @@
 #include "engine/tcp_session.h"
 
-#include "engine/counts.h"
 #include "engine/port_forward_op.h"
+#include "engine/session_chain.h"
 #include "engine/session_event.h"
 #include "platform/threads/threads.h"
 
 namespace {
 
 constexpr size_t kBufferBytes = 65536;
-constexpr char kTcp[] = "TCP";
 
 // Copies until one of the two connections ends or fails.
 void RelayBytes(CSocket& hFrom, CSocket& hTo, std::atomic<double>& dBytes) {
@@ -21,29 +20,19 @@ void RelayBytes(CSocket& hFrom, CSocket& hTo, std::atomic<double>& dBytes) {
     }
 }
 
-// The server side tells of the session's end and takes it out of the counts.
-void FinishSession(CPortForwardOp& op, const Endpoint& client) {
-    RaiseSessionEvent(op, SessionEventSlot::Ended, client, kTcp);
-    op.m_pCounters->nSessions.fetch_sub(1);
-    op.m_nSessions.fetch_sub(1);
-    op.m_nActiveSessions.fetch_sub(1);
-}
-
-}  // namespace
-
+// For a relay that makes no further call on the sockets. The first to leave ends both connections, so that the other one
+// does not stay blocked.
 void LeaveSession(TcpSession& session) {
-    // The first relay to leave ends both connections for the other one.
     if (session.nRelays.fetch_sub(1) == 1) return;
     EndCalls([&session] { return session.Interrupt(); }, [&session] { return session.nRelays <= 0; });
 }
 
 void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode) {
     const std::scoped_lock lock(op.m_csTcpSockets);
-    TcpSocketNode* pPrevious = &op.m_TcpSocketHead;
-    while (pPrevious->pNext && pPrevious->pNext.get() != pNode) pPrevious = pPrevious->pNext.get();
-    // The move takes the rest of the list off the node before the node goes.
-    if (pPrevious->pNext) pPrevious->pNext = std::move(pPrevious->pNext->pNext);
+    static_cast<void>(TakeFromChain(op.m_TcpSocketHead, pNode));
 }
+
+}  // namespace
 
 void TcpRelayThread(std::unique_ptr<TcpRelayParams> pParams) {
     CPortForwardOp& op = *pParams->pOp;
@@ -58,6 +47,10 @@ void TcpRelayThread(std::unique_ptr<TcpRelayParams> pParams) {
     LeaveSession(session);
     if (bFromServer) RemoveNode(op, pParams->pSocketNode);
     pParams.reset();
-    if (bFromServer) FinishSession(op, client);
-    RemoveThread(op);
+    // The server side tells of the session's end and takes it out of the counts.
+    if (bFromServer) {
+        RaiseSessionEvent(op, SessionEventSlot::Ended, client);
+        op.RemoveSession();
+    }
+    op.RemoveThread();
 }

@@ -3,15 +3,12 @@
 #include <new>
 #include <utility>
 
-#include "engine/counts.h"
 #include "engine/port_forward_op.h"
-#include "engine/session_event.h"
+#include "engine/session_chain.h"
 #include "engine/session_target.h"
 #include "platform/threads/threads.h"
 
 namespace {
-
-constexpr char kTcp[] = "TCP";
 
 // What the two relays of a session need, allocated before the first of them runs.
 struct RelayBlocks {
@@ -35,43 +32,35 @@ bool MakeBlocks(const TcpSessionRequest& request, RelayBlocks* pBlocks) try {
     return false;
 }
 
-void AppendNode(CPortForwardOp& op, std::unique_ptr<TcpSocketNode> pNode) {
-    const std::scoped_lock lock(op.m_csTcpSockets);
-    TcpSocketNode* pLast = &op.m_TcpSocketHead;
-    while (pLast->pNext) pLast = pLast->pNext.get();
-    pLast->pNext = std::move(pNode);
-}
-
 // Starts the relays of a session whose connections stand. The server's relay runs on this system thread, once the set-up
 // is over.
-SessionEventSlot StartRelays(const TcpSessionRequest& request) {
+Rejection StartRelays(const TcpSessionRequest& request) {
     CPortForwardOp& op = *request.pOp;
     RelayBlocks blocks;
     if (!MakeBlocks(request, &blocks)) return SessionEventSlot::AllocationFault;
-    AddThread(op);
-    if (!AfxBeginThread(TcpRelayThread, std::move(blocks.pFromClient))) {
-        RemoveThread(op);
-        return SessionEventSlot::TooManyThreads;
+    if (!op.BeginThread(TcpRelayThread, std::move(blocks.pFromClient))) return SessionEventSlot::TooManyThreads;
+    {
+        const std::scoped_lock lock(op.m_csTcpSockets);
+        AppendToChain(op.m_TcpSocketHead, std::move(blocks.pNode));
     }
-    AppendNode(op, std::move(blocks.pNode));
-    AddSession(op);
-    AddThread(op);
+    op.AddSession();
+    op.AddThread();
     AfxContinueThread(TcpRelayThread, std::move(blocks.pFromServer));
-    return SessionEventSlot::Accepted;
+    return {};
 }
 
 void SetUpSession(const TcpSessionRequest& request) {
     const CPortForwardOp& op = *request.pOp;
     TcpSession& session = *request.pSession;
-    SessionEventSlot answer = ConnectToTarget(op, session.addrClient, SocketKind::Tcp, &session.hServer);
-    if (answer == SessionEventSlot::Accepted) answer = StartRelays(request);
-    if (answer == SessionEventSlot::Accepted && (op.m_bStopping != 0 || op.m_bListenerStop != 0)) {
+    Rejection rejection = ConnectToTarget(op, session.addrClient, SocketKind::Tcp, &session.hServer);
+    if (!rejection) rejection = StartRelays(request);
+    if (!rejection && (op.m_bStopping != 0 || op.m_bListenerStop != 0)) {
         // A stop that began meanwhile has perhaps not found the session in the list. It ends without this event; the
         // server's relay finds its connection dead and sees to the rest.
         session.Interrupt();
         return;
     }
-    RaiseSessionEvent(op, answer, session.addrClient, kTcp);
+    RaiseSessionEvent(op, rejection.value_or(SessionEventSlot::Accepted), session.addrClient);
 }
 
 }  // namespace
@@ -86,5 +75,5 @@ void TcpSessionThread(std::unique_ptr<TcpSessionRequest> pRequest) {
     SetUpSession(*pRequest);
     pRequest.reset();
     op.m_pCounters->nPendingSetups.fetch_sub(1);
-    RemoveThread(op);
+    op.RemoveThread();
 }

@@ -2,8 +2,8 @@
 #include <new>
 #include <utility>
 
-#include "engine/counts.h"
 #include "engine/port_forward_op.h"
+#include "engine/session_chain.h"
 #include "engine/session_event.h"
 #include "engine/udp_session.h"
 #include "platform/threads/threads.h"
@@ -13,7 +13,6 @@ namespace {
 constexpr size_t kBufferBytes = 65536;
 constexpr int32_t kTickMs = 100;
 constexpr uint32_t kPollMs = 10;
-constexpr char kUdp[] = "UDP";
 
 // Carries replies to the client until the session's socket ends or fails, or gives a reply without content.
 void RelayReplies(const UdpRelayParams& params, const Endpoint& client) {
@@ -28,14 +27,12 @@ void RelayReplies(const UdpRelayParams& params, const Endpoint& client) {
     }
 }
 
-// Accepted when the timer runs. Without a timer the session cannot live.
-SessionEventSlot StartTimer(const UdpRelayParams& params) try {
+// Without a timer the session cannot live.
+Rejection StartTimer(const UdpRelayParams& params) try {
     auto pTimer = std::make_unique<UdpTimerParams>();
     pTimer->pOp = params.pOp;
     pTimer->pSession = params.pSession;
-    AddThread(*params.pOp);
-    if (AfxBeginThread(UdpIdleTimerThread, std::move(pTimer))) return SessionEventSlot::Accepted;
-    RemoveThread(*params.pOp);
+    if (params.pOp->BeginThread(UdpIdleTimerThread, std::move(pTimer))) return {};
     return SessionEventSlot::TooManyThreads;
 } catch (const std::bad_alloc&) {
     return SessionEventSlot::AllocationFault;
@@ -43,8 +40,7 @@ SessionEventSlot StartTimer(const UdpRelayParams& params) try {
 
 // The event that the session ends with: Ended, or why it had to be given up before it began.
 SessionEventSlot RunSession(const UdpRelayParams& params, const Endpoint& client) {
-    const SessionEventSlot answer = StartTimer(params);
-    if (answer != SessionEventSlot::Accepted) return answer;
+    if (const Rejection rejection = StartTimer(params)) return *rejection;
     RelayReplies(params, client);
     params.pSession->bRelayLeft = 1;
     // Only the timer ends a session: after an error the client's datagrams still go out, and no replies come back.
@@ -59,31 +55,21 @@ bool IsOver(const CPortForwardOp& op, UdpSession& session) {
 
 }  // namespace
 
-void RemoveSession(CPortForwardOp& op, const UdpSession& session) {
+void UnlinkSession(CPortForwardOp& op, const UdpSession& session) {
     std::shared_ptr<UdpSession> pRemoved;  // its end, if this was the last holder, comes behind the lock
     const std::scoped_lock lock(op.m_csUdpSessions);
-    UdpSession* pPrevious = &op.m_UdpSessionHead;
-    while (pPrevious->pNext && pPrevious->pNext.get() != &session) pPrevious = pPrevious->pNext.get();
-    if (!pPrevious->pNext) return;
-    pRemoved = std::move(pPrevious->pNext);
-    pPrevious->pNext = std::move(pRemoved->pNext);
-}
-
-void RemoveSessionCounts(CPortForwardOp& op) {
-    op.m_nActiveSessions.fetch_sub(1);
-    op.m_pCounters->nSessions.fetch_sub(1);
-    op.m_nSessions.fetch_sub(1);
+    pRemoved = TakeFromChain(op.m_UdpSessionHead, &session);
 }
 
 void UdpRelayThread(std::unique_ptr<UdpRelayParams> pParams) {
     CPortForwardOp& op = *pParams->pOp;
     const Endpoint client = {pParams->pSession->dwClientIp, pParams->pSession->wClientPort};
     const SessionEventSlot end = RunSession(*pParams, client);
-    RemoveSession(op, *pParams->pSession);
+    UnlinkSession(op, *pParams->pSession);
     pParams.reset();
-    RaiseSessionEvent(op, end, client, kUdp);
-    RemoveSessionCounts(op);
-    RemoveThread(op);
+    RaiseSessionEvent(op, end, client);
+    op.RemoveSession();
+    op.RemoveThread();
 }
 
 void UdpIdleTimerThread(std::unique_ptr<UdpTimerParams> pParams) {
@@ -95,5 +81,5 @@ void UdpIdleTimerThread(std::unique_ptr<UdpTimerParams> pParams) {
     session.bClosing = 1;
     EndCalls([&session] { return session.hSocket.Interrupt(); }, [&session] { return session.bRelayLeft != 0; });
     pParams.reset();
-    RemoveThread(op);
+    op.RemoveThread();
 }

@@ -37,9 +37,7 @@ struct UdpTimerParams {
 };
 
 /// Takes the session out of the operation's table. Its memory and socket go with its last holder.
-void RemoveSession(CPortForwardOp& op, const UdpSession& session);
-/// Takes one session out of the counts, its last act but for its threads.
-void RemoveSessionCounts(CPortForwardOp& op);
+void UnlinkSession(CPortForwardOp& op, const UdpSession& session);
 
 // Thread procedures. The creator has counted the thread before it starts it; the thread takes itself off as its last
 // touch of the operation.

@@ -1,4 +1,4 @@
 #include "language/language_choice.h"
 
 // Nobody can be asked: the language stays the saved one, or English.
-void ChooseLanguage(AppSettings* /*pSettings*/) {}
+void ChooseLanguage(LanguageSettings* /*pSettings*/, const std::string& /*strBrowser*/) {}

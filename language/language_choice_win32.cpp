@@ -3,7 +3,7 @@
 #include "language/language_dlg.h"
 #include "language/language_store.h"
 
-void ChooseLanguage(AppSettings* pSettings) {
-    CLanguageDlg(pSettings).DoModal();
+void ChooseLanguage(LanguageSettings* pSettings, const std::string& strBrowser) {
+    CLanguageDlg(pSettings, strBrowser).DoModal();
     ApplyLanguage(pSettings);
 }

@@ -5,13 +5,14 @@
 #include <string>
 #include <utility>
 
+#include "language/slots.h"
 #include "language/zones.h"
 #include "platform/mfc/dialog.h"
 #include "platform/mfc/file_dialog.h"
 #include "platform/system/process.h"
+#include "resources/program_names.h"
 #include "resources/resource.h"
 #include "resources/web_pages.h"
-#include "shell/app_settings.h"
 
 namespace {
 
@@ -35,8 +36,6 @@ constexpr LanguageRow kRows[] = {
     {IDC_LANGUAGE_RUSSIAN, IDC_LANGUAGE_RUSSIAN_PROMPT, 9, "Russian"},
 };
 
-constexpr uint32_t kSlotTextFilter = 10;
-
 // Not in the store: the user has no language yet.
 constexpr char kUnicodeOnly[] =
     "You will need to obtain the Unicode version of this program to use it in this language,\r\n\r\nWould you like to "
@@ -55,9 +54,10 @@ bool IsFile(const std::string& strPath) {
 
 }  // namespace
 
-CLanguageDlg::CLanguageDlg(AppSettings* pSettings)
+CLanguageDlg::CLanguageDlg(LanguageSettings* pSettings, std::string strBrowser)
     : CDialog(IDD_LANGUAGE),
       m_pSettings(pSettings),
+      m_strBrowser(std::move(strBrowser)),
       m_hIcon(::LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))) {}
 
 INT_PTR CLanguageDlg::DoModal() {
@@ -107,7 +107,7 @@ bool CLanguageDlg::OnCommand(int nId, int nCode) {
 
 void CLanguageDlg::OfferUnicodeVersion() const {
     if (MessageBox(kUnicodeOnly, kUnicodeOnlyCaption, MB_YESNO | MB_ICONQUESTION) == IDYES)
-        OpenWebPage(m_pSettings->shellBrowser, kProgramPage);
+        OpenWebPage(m_strBrowser, kProgramPage);
 }
 
 void CLanguageDlg::ChooseFile() {

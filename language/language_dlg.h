@@ -5,13 +5,15 @@
 // its title bar chooses nothing.
 #pragma once
 
-#include "platform/mfc/dialog.h"
+#include <string>
 
-struct AppSettings;
+#include "language/language_settings.h"
+#include "platform/mfc/dialog.h"
 
 class CLanguageDlg : public CDialog {
   public:
-    explicit CLanguageDlg(AppSettings* pSettings);
+    /// strBrowser: the program that shows web pages.
+    CLanguageDlg(LanguageSettings* pSettings, std::string strBrowser);
 
     INT_PTR DoModal() override;
 
@@ -25,6 +27,7 @@ class CLanguageDlg : public CDialog {
     void OfferUnicodeVersion() const;
     void ChooseFile();
 
-    AppSettings* const m_pSettings;
+    LanguageSettings* const m_pSettings;
+    const std::string m_strBrowser;
     const HICON m_hIcon;  // shared: the system's
 };

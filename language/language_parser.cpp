@@ -62,7 +62,7 @@ void StoreText(const std::string& strKey, std::string strText, TextTable* pTable
     if (nSlot >= 0 && nSlot < kSlotCount) pTable->SetText(static_cast<uint32_t>(nSlot), std::move(strText));
 }
 
-// One entry, whose key begins here and which ends at nNext (kNone: at the end of the text). False when it ends the parse.
+// One entry, whose key begins here and which ends at nNext (kNone: at the end of the text). False: it ends the parse.
 bool ParseEntry(const std::string& strText, size_t nKey, size_t nKeyEnd, size_t nNext, TextTable* pTable) try {
     const std::string strKey = strText.substr(nKey, nKeyEnd - nKey);
     if (strKey.find_first_of("0123456789") == kNone) return false;

@@ -11,7 +11,6 @@
 #include "platform/system/code_page.h"
 #include "platform/system/language_table.h"
 #include "platform/system/message_box.h"
-#include "shell/app_settings.h"
 
 namespace {
 
@@ -102,13 +101,13 @@ void LoadLanguageStrings(TextTable* pTable, const char* pszZoneLabel, const char
     }
 }
 
-void LoadGeneralTexts(AppSettings* pSettings) {
+void LoadGeneralTexts(LanguageSettings* pSettings) {
     TextTable table;
     LoadLanguageStrings(&table, kGeneralZone, nullptr);
     Install(std::move(table), &pSettings->generalTable);
 }
 
-void ApplyLanguage(AppSettings* pSettings) {
+void ApplyLanguage(LanguageSettings* pSettings) {
     TextTable table;
     if (pSettings->languageCode == LANGUAGE_FILE) {
         LoadLanguageStrings(&table, kEnglishZone, pSettings->languageFilePath.c_str());

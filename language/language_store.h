@@ -6,9 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "language/text_table.h"
-
-struct AppSettings;
+#include "language/language_settings.h"
 
 /// Adds the texts of a zone of the table (pszZoneLabel, such as "[Zone_English]"), or of the language text file if
 /// pszFilePath is not null; a file that cannot be read is reported and the English zone loaded in its place.
@@ -18,7 +16,7 @@ void LoadLanguageStrings(TextTable* pTable, const char* pszZoneLabel, const char
 void LoadLanguageZone(TextTable* pTable, const char* pszZoneLabel, std::span<const uint8_t> table);
 
 /// Loads the general zone, with the names of the languages, into generalTable. Once, at start-up.
-void LoadGeneralTexts(AppSettings* pSettings);
+void LoadGeneralTexts(LanguageSettings* pSettings);
 
 /// Makes slotTable hold the language of languageCode, and only that. A code that names no language gives English.
-void ApplyLanguage(AppSettings* pSettings);
+void ApplyLanguage(LanguageSettings* pSettings);

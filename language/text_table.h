@@ -1,8 +1,8 @@
 // The texts of one language, addressed by slot number, and the place where the language in force is held.
 //
-// A TextTable is filled by one thread and then only read. SlotTable holds the table in force: a change of language swaps
-// the whole table, and a reader that took a snapshot goes on reading the one it took. No slot is ever null: a slot that
-// the language lacks, and a number outside the table, read as the empty text.
+// A TextTable is filled by one thread and then only read. SlotTable holds the table in force: a change of language
+// swaps the whole table, and a reader that took a snapshot goes on reading the one it took. No slot is ever null: a
+// slot that the language lacks, and a number outside the table, read as the empty text.
 #pragma once
 
 #include <array>

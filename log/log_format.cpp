@@ -51,7 +51,7 @@ struct Columns {
     size_t nPort;
 };
 
-void ReplaceEndpoints(std::string* pstrLine, const SessionEvent& event, const Columns& columns) {
+void ReplaceEndpoints(std::string* pstrLine, const LogEvent& event, const Columns& columns) {
     const auto address = [&](uint32_t dwIp) { return AlignRight(FormatIpAddress(dwIp), columns.nAddress); };
     const auto port = [&](uint16_t wPort) { return AlignRight(FormatNumber("%u", wPort), columns.nPort); };
     Replace(pstrLine, "%LIP", address(event.dwLocalIp));
@@ -84,11 +84,11 @@ std::string FormatLogDate(const std::string& strFormat, const LocalTime& time) {
     return strDate;
 }
 
-std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const SessionEvent& event) {
+std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const LogEvent& event) {
     return FormatLogEntry(strFormat, strDateFormat, event, ReadLocalTime());
 }
 
-std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const SessionEvent& event,
+std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const LogEvent& event,
                            const LocalTime& time) {
     std::string strLine = strFormat;
     const std::string strDate = FormatLogDate(strDateFormat, time);

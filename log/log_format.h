@@ -1,5 +1,5 @@
-// Expansion of the two templates that make a log line. Plain substitution in a fixed order; codes are case sensitive; no
-// state is kept between calls, so that many threads can call at once.
+// Expansion of the two templates that make a log line. Plain substitution in a fixed order; codes are case sensitive;
+// no state is kept between calls, so that many threads can call at once.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@
 /// few hostile texts would otherwise fill the memory.
 inline constexpr size_t kMaxLogLine = 1'048'576;
 
-/// What a log line can tell of one session event.
-struct SessionEvent {
+/// One event of a session, as far as a log line can tell of it.
+struct LogEvent {
     std::string strEvent;       // the event's text in the language in force
     uint32_t dwLocalIp = 0;     // network byte order; the configured interface, 0 for all
     uint16_t wLocalPort = 0;    // host byte order
@@ -29,6 +29,6 @@ std::string FormatLogDate(const std::string& strFormat);
 std::string FormatLogDate(const std::string& strFormat, const LocalTime& time);
 
 /// The log-entry template, expanded; strDateFormat gives its %DAT.
-std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const SessionEvent& event);
-std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const SessionEvent& event,
+std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const LogEvent& event);
+std::string FormatLogEntry(const std::string& strFormat, const std::string& strDateFormat, const LogEvent& event,
                            const LocalTime& time);

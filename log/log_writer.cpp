@@ -2,14 +2,15 @@
 
 #include <new>
 #include <string>
+#include <utility>
 
 #include "platform/files/files.h"
 #include "platform/threads/threads.h"
-#include "shell/app_settings.h"
 
 namespace {
 
 constexpr uint32_t kPollMs = 100;
+constexpr uint32_t kEndPollMs = 10;
 
 size_t BatchSize(const LogEntry* pEntry) {
     size_t nSize = 0;
@@ -31,28 +32,50 @@ bool JoinEntries(const LogEntry* pEntry, std::string* pstrBatch) try {
 
 }  // namespace
 
-bool WriteLogBatch(AppSettings* pSettings) {
-    std::unique_ptr<LogEntry> pBatch = pSettings->logQueue->TakeAll();
-    if (!pBatch) return false;
+CLogWriter::~CLogWriter() {
+    m_bStop = 1;
+    while (m_bRunning != 0) Sleep(kEndPollMs);
+}
+
+bool CLogWriter::Start(std::atomic<int32_t>* pnThreads) {
+    m_bFlushRequested = 0;
+    m_bStop = 0;
+    m_bRunning = 1;
+    pnThreads->fetch_add(1);
+    if (AfxBeginThread(LogWriterThread, this)) return true;
+    pnThreads->fetch_sub(1);
+    m_bRunning = 0;
+    return false;
+}
+
+void CLogWriter::RequestFlush() {
+    if (!m_queue.IsEmpty()) m_bFlushRequested = 1;
+}
+
+bool CLogWriter::End(uint32_t nWaitMs) {
+    m_bStop = 1;
+    for (uint32_t n = 0; m_bRunning != 0 && n < nWaitMs; n += kEndPollMs) Sleep(kEndPollMs);
+    return m_bRunning == 0;
+}
+
+void CLogWriter::LogWriterThread(CLogWriter* pWriter) {
+    while (pWriter->m_bStop == 0) {
+        Sleep(kPollMs);
+        if (pWriter->m_bFlushRequested != 0 && pWriter->m_settings.autoLogEnabled != 0) {
+            // Cleared first: a tick that falls between here and the taking asks for a batch that may be empty.
+            pWriter->m_bFlushRequested = 0;
+            pWriter->WriteBatch();
+        }
+    }
+    pWriter->m_bRunning = 0;
+}
+
+// One open, one write and one close, each entry as CR LF and its text.
+void CLogWriter::WriteBatch() {
+    std::unique_ptr<LogEntry> pBatch = m_queue.TakeAll();
+    if (!pBatch) return;
     std::string strBatch;
     const bool bJoined = JoinEntries(pBatch.get(), &strBatch);
     FreeLogEntries(std::move(pBatch));
-    // The log has no way to complain: a batch that cannot be written is gone, and the next one tries again.
-    return bJoined && AppendToFile(*pSettings->logFilePath.Snapshot(), strBatch) == 0;
-}
-
-void RequestLogFlush(AppSettings* pSettings) {
-    if (!pSettings->logQueue->IsEmpty()) pSettings->logFlushRequested = 1;
-}
-
-void LogWriterThread(AppSettings* pSettings) {
-    while (pSettings->logWriterStop == 0) {
-        Sleep(kPollMs);
-        if (pSettings->logFlushRequested != 0 && pSettings->autoLogEnabled != 0) {
-            // Cleared first: a tick that falls between here and the taking asks for a batch that may be empty.
-            pSettings->logFlushRequested = 0;
-            WriteLogBatch(pSettings);
-        }
-    }
-    pSettings->logWriterStop = 0;
+    if (bJoined) static_cast<void>(AppendToFile(*m_settings.logFilePath.Snapshot(), strBatch));
 }

@@ -1,16 +1,47 @@
-// The thread that writes the log file in batches.
+// The queue of log lines and the thread that writes them to the log file in batches.
+//
+// Each program has one, from before the first operation starts until the process ends. The thread of the windows, or
+// the one that runs main, starts and ends it; any thread may ask for a batch and append to the queue. The log has no
+// way to complain: a batch that cannot be written is gone, and the next one tries again.
 #pragma once
 
-struct AppSettings;
+#include <atomic>
+#include <cstdint>
 
-/// Thread procedure. Polls logFlushRequested every 100 ms; when it is set while autoLogEnabled is set, takes the whole
-/// queue and appends it to logFilePath with one open, one write and one close, each entry as CR LF and its text. A batch
-/// that cannot be written is dropped. Ends within 100 ms of logWriterStop being set, without a last flush, and clears
-/// that flag as its last act. The record must outlive the thread.
-void LogWriterThread(AppSettings* pSettings);
+#include "log/log_queue.h"
+#include "log/log_settings.h"
 
-/// One batch, as the thread writes it. False when the queue was empty or the batch was lost.
-bool WriteLogBatch(AppSettings* pSettings);
+class CLogWriter {
+  public:
+    /// The settings must outlive the object.
+    explicit CLogWriter(const LogSettings& settings) : m_settings(settings) {}
+    /// Waits without a limit for the thread, which the disk can hold up, and drops what is on the queue.
+    ~CLogWriter();
+    CLogWriter(const CLogWriter&) = delete;
+    CLogWriter& operator=(const CLogWriter&) = delete;
 
-/// What the flush timer does on each tick: asks for a batch if the queue holds anything.
-void RequestLogFlush(AppSettings* pSettings);
+    /// Where the operations append. It lives as long as the object.
+    LogQueue& Queue() { return m_queue; }
+
+    /// Starts the thread, without a request from before. It counts as one in *pnThreads, which is not taken back at its
+    /// end. False when the system gives no thread: events are then queued and never written. Not while it runs.
+    [[nodiscard]] bool Start(std::atomic<int32_t>* pnThreads);
+
+    /// What the flush timer does on each tick: asks for a batch if the queue holds anything. The thread sees it within
+    /// 100 ms; while autoLogEnabled is clear it stands and nothing is written.
+    void RequestFlush();
+
+    /// Asks the thread to end, without a last flush, and waits up to this many milliseconds. Whether no thread is left;
+    /// can be called again.
+    bool End(uint32_t nWaitMs);
+
+  private:
+    static void LogWriterThread(CLogWriter* pWriter);
+    void WriteBatch();
+
+    const LogSettings& m_settings;
+    LogQueue m_queue;
+    std::atomic<uint8_t> m_bFlushRequested = 0;  // set by the timer's thread, cleared by the log writer
+    std::atomic<uint8_t> m_bStop = 0;            // written by the thread that starts and ends the writer
+    std::atomic<uint8_t> m_bRunning = 0;  // set by Start; the log writer clears it as its last touch of the object
+};

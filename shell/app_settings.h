@@ -1,115 +1,73 @@
 // The one application-wide record: everything that the program remembers between runs, and what its parts share during a
 // run.
 //
+// It is put together from records that the folders own; who needs one of them only takes a reference to that. They are
+// bases and not members, so that each setting has one name wherever it is read.
+//
 // The start-up owns it and it lives as long as the run. The thread of the windows (on Linux: the thread that runs main)
 // reads and writes all of it; other threads touch only the fields that say so. Initial values are the defaults, save for
 // the two templates of the log, which come from the language in force when the settings file is read.
 #pragma once
 
-#include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "engine/port_forward_op.h"
-#include "language/text_table.h"
-#include "log/log_queue.h"
-#include "platform/threads/shared_value.h"
-
-inline constexpr char kProgramName[] = "Velmoorstack ZELKOR";
-inline constexpr char kProgramVersion[] = "1.0";
-inline constexpr char kVersionText[] = "v1.0.7.2 [2007.01.25]";
-inline constexpr char kInstalledFileName[] = "VelmoorstackZELKORv1.0.exe";
-
-/// `languageCode` of the language text file that the user chose.
-inline constexpr uint32_t LANGUAGE_FILE = 1000;
+#include "language/language_settings.h"
+#include "log/log_settings.h"
+#include "resources/program_names.h"
+#include "shell/window_settings.h"
 
 /// Values of `autoStartMode`; any other value asks.
 inline constexpr uint32_t kAutoStartAlways = 0;
 inline constexpr uint32_t kAutoStartAsk = 1;
 inline constexpr uint32_t kAutoStartNever = 2;
 
-struct WindowRect {
-    int32_t left = 0;
-    int32_t top = 0;
-    int32_t right = 0;
-    int32_t bottom = 0;
-
-    bool operator==(const WindowRect&) const = default;
-};
-
-inline constexpr size_t kColumnCount = 6;
-
-struct AppSettings {
-    // Language
-    uint32_t languageCode = 0;
-    SlotTable slotTable;     // any thread reads
-    SlotTable generalTable;  // fixed after start-up
-    std::string languageFilePath;
-
-    // Kept as read and written back
-    uint8_t reservedFlag = 0;
-    std::string reservedText;
-
-    // Main window
-    WindowRect windowRect;     // top equal to bottom: none was saved
-    uint32_t windowFlags = 0;  // bit 0: maximised
-    std::array<int32_t, kColumnCount> columnOrder = {0, 1, 2, 3, 4, 5};
-    std::array<int32_t, kColumnCount> columnWidths = {77, 60, 105, 93, 150, 93};  // pixels
-
-    // Operations: `operations` owns them, in no order of meaning; the chain from firstOp is the order of the file
+/// `operations` owns them, in no order of meaning; the chain from firstOp is the order of the file.
+struct OperationSettings {
     std::vector<std::unique_ptr<CPortForwardOp>> operations;
     CPortForwardOp* firstOp = nullptr;
     int32_t opCount = 0;
     int32_t runningOpCount = 0;  // operations that the file marks as running
     uint32_t autoStartMode = kAutoStartAsk;
+};
 
-    // Last-used values of the options dialog
-    std::string lastLocalInterface;
-    std::string lastRemoteHost;
-    uint8_t lastBounce = 0;
+/// What the options dialog of a new operation starts from. The file keeps neither the filters nor the address of it, and
+/// of the protocol the states of the two buttons, which a damaged file can contradict.
+struct LastUsedOptions {
+    OpSettings lastOptions;
     uint8_t lastProtocolTcp = 1;
     uint8_t lastProtocolUdp = 0;
-    uint16_t lastLocalPort = 0;
-    uint16_t lastRemotePort = 0;
-    int32_t lastMaxSessions = 100;
-    int32_t lastUdpTimeoutMs = 60000;
-    uint8_t lastForwardIcmp = 0;
+};
 
-    // Last-used values of the filter dialog
+/// Last-used values of the filter dialog.
+struct LastUsedFilters {
     std::string lastResolverText;
     std::string lastAllowFrom;
     std::string lastBlockFrom;
     std::string lastAllowTo;
     std::string lastBlockTo;
     std::string profileFolder;
+};
 
-    // Tray and window behaviour
-    uint8_t showTrayIcon = 0;
-    uint8_t trayOnlyWhenMinimized = 1;
-    uint8_t hideTaskbarWhenMinimized = 0;
-    uint8_t showRateInBits = 1;
-    uint8_t trayPromptDone = 0;
-    uint8_t startMinimizedSetting = 0;
-    uint8_t minimizeOnClose = 0;
+struct KeptSettings {
+    uint8_t reservedFlag = 0;  // as read, written back
+    std::string reservedText;  // as read, written back
     uint8_t legalAccepted = 0;
     uint32_t helpMode = 0;
+};
 
-    // Log. Engine threads read the templates and both flags; the log writer reads the path and autoLogEnabled
-    std::atomic<uint8_t> autoLogEnabled = 0;
-    std::atomic<uint8_t> noLogBlocked = 0;
-    CSharedValue<std::string> logDateFormat;
-    CSharedValue<std::string> logEntryFormat;
-    CSharedValue<std::string> logFilePath;
-    uint32_t logIntervalSeconds = 10;
-    std::string logFolder;
-
+struct AppSettings : LanguageSettings,
+                     KeptSettings,
+                     WindowSettings,
+                     OperationSettings,
+                     LastUsedOptions,
+                     LastUsedFilters,
+                     TraySettings,
+                     LogSettings {
     // Not saved
-    LogQueue* logQueue = nullptr;                // set before the log writer starts
-    std::atomic<uint8_t> logFlushRequested = 0;  // set by the timer's thread, cleared by the log writer
-    std::atomic<uint8_t> logWriterStop = 0;      // set to 1 at the close, cleared by the log writer as it ends
     std::string modulePath;
     std::string shellBrowser = "explorer.exe";
     uint8_t isPreWin2000 = 0;

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "language/language_choice.h"
+#include "language/slots.h"
 #include "platform/files/files.h"
 #include "platform/system/message_box.h"
 #include "platform/system/process.h"
@@ -14,12 +15,6 @@
 #include "store/settings_image.h"
 
 namespace {
-
-constexpr uint32_t kSlotNotOfProgram = 64;
-constexpr uint32_t kSlotWrongMagic = 65;
-constexpr uint32_t kSlotWrongName = 66;
-constexpr uint32_t kSlotOtherVersion = 215;
-constexpr uint32_t kSlotLoadAnyway = 216;
 
 char LowerCase(char ch) {
     return 'A' <= ch && ch <= 'Z' ? static_cast<char>(ch - 'A' + 'a') : ch;
@@ -46,21 +41,21 @@ SettingsFileStatus ReadIdentity(CByteReader* pReader) {
 }
 
 uint32_t RefusalSlot(SettingsFileStatus status) {
-    if (status == SettingsFileStatus::NotOfProgram) return kSlotNotOfProgram;
-    return status == SettingsFileStatus::WrongMagic ? kSlotWrongMagic : kSlotWrongName;
+    if (status == SettingsFileStatus::NotOfProgram) return kSlotFileNotOfProgram;
+    return status == SettingsFileStatus::WrongMagic ? kSlotFileNotOfVendor : kSlotFileIsNone;
 }
 
 // The language is chosen first: the message then speaks it.
 void ShowRefusal(AppSettings* pSettings, uint32_t nSlot) {
-    ChooseLanguage(pSettings);
+    ChooseLanguage(pSettings, pSettings->shellBrowser);
     ShowMessage({pSettings->slotTable.Text(nSlot), "", MessageIcon::Information, MessageButtons::Ok});
 }
 
 bool AskToLoadAnyway(AppSettings* pSettings) {
-    ChooseLanguage(pSettings);
+    ChooseLanguage(pSettings, pSettings->shellBrowser);
     const auto pTexts = pSettings->slotTable.Snapshot();
-    return ShowMessage(
-        {pTexts->Text(kSlotOtherVersion), pTexts->Text(kSlotLoadAnyway), MessageIcon::Question, MessageButtons::YesNo});
+    return ShowMessage({pTexts->Text(kSlotFileOfOtherVersion), pTexts->Text(kSlotLoadAnyway), MessageIcon::Question,
+                        MessageButtons::YesNo});
 }
 
 // Empty when the version cannot be read, which counts as another version.
@@ -99,7 +94,7 @@ SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& s
     const FileError nError = ReadWholeFile(strPath.empty() ? SettingsPathFor(pSettings->modulePath) : strPath, &data);
     pSettings->languageFilePath.clear();
     // Ahead of the defaults: the templates of the log are taken from the language chosen.
-    if (nError != 0) ChooseLanguage(pSettings);
+    if (nError != 0) ChooseLanguage(pSettings, pSettings->shellBrowser);
     SetDefaultSettings(pSettings);
     if (nError != 0) {
         SettingsFileResult result;

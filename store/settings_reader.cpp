@@ -2,6 +2,7 @@
 #include <memory>
 #include <new>
 
+#include "language/slots.h"
 #include "shell/app_settings.h"
 #include "store/byte_reader.h"
 #include "store/file_text.h"
@@ -11,20 +12,24 @@
 
 namespace {
 
-constexpr uint32_t kSlotDateFormat = 30;
-constexpr uint32_t kSlotEntryFormat = 31;
-
 // Reads each field into the record. Values are not checked: what uses them knows their range.
 class CFieldReader {
   public:
     explicit CFieldReader(CByteReader* pReader) : m_pReader(pReader) {}
 
+    /// Stops at the first field that cannot be read.
+    template <class... Members>
+    bool operator()(Members&... members) {
+        return (Field(members) && ...);
+    }
+    bool Address(uint32_t& dwIp) { return m_pReader->ReadAddress(&dwIp); }
+
+  private:
     bool Field(uint8_t& bValue) { return m_pReader->ReadByte(&bValue); }
     bool Field(uint16_t& wValue) { return m_pReader->ReadWord(&wValue); }
     bool Field(uint32_t& dwValue) { return m_pReader->ReadDword(&dwValue); }
     bool Field(int32_t& nValue) { return m_pReader->ReadInt(&nValue); }
     bool Field(std::string& strValue) { return ReadFileText(&strValue, m_pReader); }
-    bool Address(uint32_t& dwIp) { return m_pReader->ReadAddress(&dwIp); }
 
     bool Field(std::atomic<uint8_t>& value) {
         uint8_t bValue = 0;
@@ -40,9 +45,7 @@ class CFieldReader {
         return true;
     }
 
-    bool Field(WindowRect& rect) {
-        return Field(rect.left) && Field(rect.top) && Field(rect.right) && Field(rect.bottom);
-    }
+    bool Field(WindowRect& rect) { return (*this)(rect.left, rect.top, rect.right, rect.bottom); }
 
     bool Field(std::array<int32_t, kColumnCount>& columns) {
         return std::all_of(columns.begin(), columns.end(), [this](int32_t& nColumn) { return Field(nColumn); });
@@ -64,27 +67,13 @@ class CFieldReader {
         return true;
     }
 
-  private:
     CByteReader* const m_pReader;
 };
 
-// Copies each field from a second record.
-class CFieldCopier {
-  public:
-    template <class T>
-    bool Field(T& target, const T& source) {
-        target = source;
-        return true;
-    }
-    bool Field(std::atomic<uint8_t>& target, const std::atomic<uint8_t>& source) {
-        target = source.load();
-        return true;
-    }
-    bool Field(CSharedValue<std::string>& target, const CSharedValue<std::string>& source) {
-        target.Set(source.Get());
-        return true;
-    }
-};
+template <class Record>
+void Reset(Record& record) {
+    record = Record();
+}
 
 void AppendOperation(AppSettings* pSettings, std::unique_ptr<CPortForwardOp> pOp) {
     CPortForwardOp** const ppLink =
@@ -98,10 +87,10 @@ void AppendOperation(AppSettings* pSettings, std::unique_ptr<CPortForwardOp> pOp
 
 // The count of the file is no reason to allocate: each record has to show itself first.
 bool ReadOperations(CByteReader* pReader, AppSettings* pSettings, int32_t nOperations) {
-    CFieldReader visitor(pReader);
+    CFieldReader visit(pReader);
     for (int32_t i = 0; i < nOperations; ++i) {
         auto pOp = std::make_unique<CPortForwardOp>();
-        if (!VisitOperation(visitor, *pOp)) return false;
+        if (!VisitOperation(visit, *pOp)) return false;
         AppendOperation(pSettings, std::move(pOp));
     }
     return true;
@@ -110,25 +99,23 @@ bool ReadOperations(CByteReader* pReader, AppSettings* pSettings, int32_t nOpera
 }  // namespace
 
 void SetDefaultSettings(AppSettings* pSettings) {
-    const AppSettings defaults;
-    CFieldCopier copier;
-    static_cast<void>(VisitFieldsAhead(copier, *pSettings, defaults));
-    static_cast<void>(VisitFieldsBehind(copier, *pSettings, defaults));
-    pSettings->logDateFormat.Set(pSettings->slotTable.Text(kSlotDateFormat));
-    pSettings->logEntryFormat.Set(pSettings->slotTable.Text(kSlotEntryFormat));
-    pSettings->firstOp = nullptr;
-    pSettings->opCount = 0;
-    pSettings->runningOpCount = 0;
-    pSettings->operations.clear();
+    Reset<KeptSettings>(*pSettings);
+    Reset<WindowSettings>(*pSettings);
+    Reset<OperationSettings>(*pSettings);
+    Reset<LastUsedOptions>(*pSettings);
+    Reset<LastUsedFilters>(*pSettings);
+    Reset<TraySettings>(*pSettings);
+    const auto pTexts = pSettings->slotTable.Snapshot();
+    SetDefaultLogSettings(pTexts->Text(kSlotDateFormat), pTexts->Text(kSlotEntryFormat), pSettings);
 }
 
 bool ReadSettingsFields(CByteReader* pReader, AppSettings* pSettings, int32_t* pnOperationsTold) try {
-    CFieldReader visitor(pReader);
+    CFieldReader visit(pReader);
     std::span<const uint8_t> reserved;
-    return pReader->ReadBytes(kReservedBytes.size(), &reserved) && visitor.Field(pSettings->languageCode) &&
-           VisitFieldsAhead(visitor, *pSettings) && visitor.Field(*pnOperationsTold) &&
-           ReadOperations(pReader, pSettings, *pnOperationsTold) && VisitFieldsBehind(visitor, *pSettings) &&
-           visitor.Field(pSettings->languageFilePath);
+    return pReader->ReadBytes(kReservedBytes.size(), &reserved) && visit(pSettings->languageCode) &&
+           VisitFieldsAhead(visit, *pSettings) && visit(*pnOperationsTold) &&
+           ReadOperations(pReader, pSettings, *pnOperationsTold) && VisitFieldsBehind(visit, *pSettings) &&
+           visit(pSettings->languageFilePath);
 } catch (const std::bad_alloc&) {
     return false;
 }

@@ -13,18 +13,22 @@ class CFieldWriter {
   public:
     explicit CFieldWriter(CByteWriter* pWriter) : m_pWriter(pWriter) {}
 
+    template <class... Members>
+    bool operator()(const Members&... members) {
+        return (Field(members) && ...);
+    }
+    bool Address(uint32_t dwIp) { return m_pWriter->WriteAddress(dwIp), true; }
+
+  private:
     bool Field(uint8_t bValue) { return m_pWriter->WriteByte(bValue), true; }
     bool Field(uint16_t wValue) { return m_pWriter->WriteWord(wValue), true; }
     bool Field(uint32_t dwValue) { return m_pWriter->WriteDword(dwValue), true; }
     bool Field(int32_t nValue) { return m_pWriter->WriteInt(nValue), true; }
     bool Field(const std::string& strValue) { return WriteFileText(strValue, m_pWriter), true; }
-    bool Address(uint32_t dwIp) { return m_pWriter->WriteAddress(dwIp), true; }
     bool Field(const std::atomic<uint8_t>& value) { return Field(value.load()); }
     bool Field(const CSharedValue<std::string>& value) { return Field(*value.Snapshot()); }
 
-    bool Field(const WindowRect& rect) {
-        return Field(rect.left) && Field(rect.top) && Field(rect.right) && Field(rect.bottom);
-    }
+    bool Field(const WindowRect& rect) { return (*this)(rect.left, rect.top, rect.right, rect.bottom); }
 
     bool Field(const std::array<int32_t, kColumnCount>& columns) {
         return std::all_of(columns.begin(), columns.end(), [this](int32_t nColumn) { return Field(nColumn); });
@@ -40,7 +44,6 @@ class CFieldWriter {
                            [this](const IpRange& range) { return Address(range.dwFrom) && Address(range.dwTo); });
     }
 
-  private:
     CByteWriter* const m_pWriter;
 };
 
@@ -63,14 +66,13 @@ int32_t ChainLength(const CPortForwardOp* pOp) {
 
 std::vector<uint8_t> BuildSettingsImage(const AppSettings& settings) {
     CByteWriter writer;
-    CFieldWriter visitor(&writer);
+    CFieldWriter visit(&writer);
     WriteHeader(&writer);
-    visitor.Field(settings.languageCode);
-    VisitFieldsAhead(visitor, settings);
-    visitor.Field(ChainLength(settings.firstOp));
-    for (const CPortForwardOp* pOp = settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext)
-        VisitOperation(visitor, *pOp);
-    VisitFieldsBehind(visitor, settings);
-    visitor.Field(settings.languageFilePath);
+    visit(settings.languageCode);
+    VisitFieldsAhead(visit, settings);
+    visit(ChainLength(settings.firstOp));
+    for (const CPortForwardOp* pOp = settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) VisitOperation(visit, *pOp);
+    VisitFieldsBehind(visit, settings);
+    visit(settings.languageFilePath);
     return writer.Image();
 }

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "language/language_store.h"
+#include "language/slots.h"
 #include "platform/mfc/win_app.h"
 #include "platform/net/socket.h"
 #include "platform/system/message_box.h"
@@ -17,11 +18,6 @@ std::atomic<uint8_t> g_bServiceStop = 0;
 std::atomic<HWND> g_hMainWnd = nullptr;
 
 namespace {
-
-constexpr uint32_t kSlotFatalError = 67;
-constexpr uint32_t kSlotUsage = 88;
-constexpr uint32_t kSlotNotRecognised = 89;
-constexpr uint32_t kSlotSocketError = 90;
 
 /// The objects of a run. Threads of running operations, the log writer and workers use them until the process ends, so
 /// whoever ends the run lets go of them and nothing destroys them.
@@ -38,7 +34,6 @@ void LoadTexts(AppSettings* pSettings) {
 void LoadSettings(AppSettings* pSettings) {
     LoadSettingsFile(pSettings, "");
     if (pSettings->languageCode != 0) ApplyLanguage(pSettings);
-    pSettings->logWriterStop = 0;
 }
 
 void ReadSystemVersion(AppSettings* pSettings) {

@@ -49,7 +49,7 @@ ColumnValues RepairColumnOrder(const ColumnValues& order) {
 }
 
 ColumnValues RepairColumnWidths(const ColumnValues& widths) {
-    const ColumnValues defaults = AppSettings().columnWidths;
+    const ColumnValues defaults = WindowSettings().columnWidths;
     ColumnValues repaired = {};
     for (size_t i = 0; i < kColumnCount; ++i) {
         const int32_t nWidth = widths[i] & 0xFFFF;

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "shell/app_settings.h"
+#include "shell/window_settings.h"
 
 using ColumnValues = std::array<int32_t, kColumnCount>;
 

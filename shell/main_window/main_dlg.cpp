@@ -1,20 +1,13 @@
 #include "shell/main_window/main_dlg.h"
 
-#include <vector>
-
-#include "log/log_writer.h"
+#include "language/language_choice.h"
+#include "language/slots.h"
 #include "platform/mfc/dialog.h"
-#include "platform/mfc/win_app.h"
-#include "platform/mfc/wnd.h"
-#include "platform/threads/threads.h"
+#include "platform/system/process.h"
 #include "resources/private_messages.h"
 #include "resources/resource.h"
-#include "shell/app_settings.h"
 #include "shell/auto_start.h"
-#include "shell/link_operation.h"
-#include "shell/main_window/column_layout.h"
-#include "shell/main_window/main_dlg_slots.h"
-#include "shell/main_window/window_place.h"
+#include "store/settings_file.h"
 
 namespace {
 
@@ -26,29 +19,31 @@ constexpr uint32_t kMinimizePeriodMs = 10;
 // The run loop and the thread of the window; the log writer comes on top.
 constexpr int32_t kThreadsAtStart = 2;
 
-constexpr uint32_t kFlagMaximised = 1;
+// The log writer ends within a tenth of a second, unless the disk holds it up or its thread is gone.
+constexpr uint32_t kLogWriterEndMs = 5000;
 
-// Before the columns get their saved widths.
-constexpr std::array<int, kColumnCount> kInsertedWidths = {80, 80, 120, 90, 200, 150};
-
-BOOL CALLBACK AppendScreen(HMONITOR hMonitor, HDC /*hDc*/, RECT* /*pRect*/, LPARAM lParam) {
-    MONITORINFO info = {};
-    info.cbSize = sizeof info;
-    if (!::GetMonitorInfoA(hMonitor, &info)) return TRUE;
-    auto& screens = *reinterpret_cast<std::vector<WindowRect>*>(lParam);
-    const bool bPrimary = (info.dwFlags & MONITORINFOF_PRIMARY) != 0;
-    const RECT& work = info.rcWork;
-    screens.insert(bPrimary ? screens.begin() : screens.end(), {work.left, work.top, work.right, work.bottom});
-    return TRUE;
-}
-
-std::vector<WindowRect> Screens() {
-    std::vector<WindowRect> screens;
-    ::EnumDisplayMonitors(nullptr, nullptr, AppendScreen, reinterpret_cast<LPARAM>(&screens));
-    // A service without a desktop to see has no monitor.
-    if (screens.empty()) screens.push_back({0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN)});
-    return screens;
-}
+constexpr struct {
+    int nId;
+    uint32_t nSlot;
+} kCaptions[] = {
+    {IDC_MAIN_LIST_LABEL, kSlotListLabel},
+    {IDC_MAIN_PROGRAM_GROUP, kSlotProgramGroup},
+    {IDC_MAIN_PROGRAM_THREADS_LABEL, kSlotThreads},
+    {IDC_MAIN_PROGRAM_SESSIONS_LABEL, kSlotSessions},
+    {IDC_MAIN_PFO_GROUP, kSlotPfoGroup},
+    {IDC_MAIN_PFO_THREADS_LABEL, kSlotThreads},
+    {IDC_MAIN_PFO_SESSIONS_LABEL, kSlotSessions},
+    {IDC_MAIN_PFO_TOTAL_LABEL, kSlotTotalSessions},
+    {IDC_MAIN_CLIENT_BYTES_LABEL, kSlotClientBytes},
+    {IDC_MAIN_SERVER_BYTES_LABEL, kSlotServerBytes},
+    {IDC_MAIN_CLIENT_RATE_LABEL, kSlotClientRate},
+    {IDC_MAIN_SERVER_RATE_LABEL, kSlotServerRate},
+    {ID_PFO_NEW, kSlotNew},
+    {ID_PFO_EDIT, kSlotEdit},
+    {ID_PFO_DELETE, kSlotDelete},
+    {ID_PFO_START, kSlotStart},
+    {ID_PFO_STOP, kSlotStop},
+};
 
 }  // namespace
 
@@ -59,7 +54,8 @@ CMainDlg::CMainDlg(AppSettings* pSettings, std::atomic<HWND>* phMainWnd, const s
       m_phMainWnd(phMainWnd),
       m_pServiceStop(pServiceStop),
       m_bStartMinimized(bStartMinimized),
-      m_hIcon(::LoadIconA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))) {}
+      m_hIcon(::LoadIconA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDI_ZELKOR))),
+      m_logWriter(*pSettings) {}
 
 INT_PTR CMainDlg::DoModal() {
     return OpenDialogFont(this, m_pSettings->languageCode);
@@ -73,16 +69,20 @@ bool CMainDlg::OnInitDialog() {
 
 void CMainDlg::OnInitWindow() {
     *m_phMainWnd = GetSafeHwnd();
-    if (m_pSettings->showTrayIcon && !m_pSettings->trayOnlyWhenMinimized) PutTrayIcon();
+    m_tray.ShowPermanentIcon();
     StartTimers();
-    PrepareList();
-    PlaceWindow();
-    InsertColumns();
-    ListOperations(ShouldStartOperations(*m_pSettings, [this] {
-        return MessageBox(Text(kSlotStartPrevious), Text(kSlotStartPreviousTitle), MB_YESNO | MB_ICONQUESTION) == IDYES;
+    m_list.SetStyle();
+    m_layout.Begin();
+    m_layout.PlaceWindow();
+    m_list.InsertColumns();
+    RelabelWindow();
+    m_list.RestoreColumns();
+    m_commands.ListOperations(ShouldStartOperations(*m_pSettings, [this] {
+        return m_main.MessageBox(kSlotStartPrevious, kSlotStartPreviousTitle, MB_YESNO | MB_ICONQUESTION) == IDYES;
     }));
     if (m_pSettings->autoLogEnabled) SetTimer(kTimerLog, LogFlushPeriodMs(*m_pSettings));
-    StartLogWriter();
+    // Without the writer the program goes on: nothing but the log is lost.
+    static_cast<void>(m_logWriter.Start(&m_counters.nThreads));
     if (m_bStartMinimized || m_pSettings->startMinimizedSetting) SetTimer(kTimerMinimize, kMinimizePeriodMs);
 }
 
@@ -91,64 +91,15 @@ void CMainDlg::StartTimers() {
     m_counters.nThreads = kThreadsAtStart;
     m_counters.nSessions = 0;
     m_counters.nPendingSetups = 0;
-    ShowFirstStatus();
+    m_status.ShowFirst();
     SetTimer(kTimerCounts, kCountsPeriodMs);
     SetTimer(kTimerRates, kRatesPeriodMs);
 }
 
-void CMainDlg::PrepareList() {
-    List().SetExtendedStyle(LVS_EX_GRIDLINES | LVS_EX_HEADERDRAGDROP | LVS_EX_FULLROWSELECT);
-    m_rcList = ScreenToClient(List().GetWindowRect());
-    m_nLayoutReady = kLayoutReady;
-}
-
-void CMainDlg::PlaceWindow() {
-    const WindowRect& saved = m_pSettings->windowRect;
-    if (saved.top == saved.bottom) return;
-    const WindowRect rect = PlaceOnScreens(saved, Screens());
-    MoveWindow(rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top);
-    if (m_pSettings->windowFlags & kFlagMaximised) SendMessage(WM_SYSCOMMAND, SC_MAXIMIZE);
-}
-
-void CMainDlg::InsertColumns() {
-    const CListCtrl list = List();
-    for (size_t i = 0; i < kColumnCount; ++i) list.InsertColumn(static_cast<int>(i), "", kInsertedWidths[i]);
-    RelabelWindow();
-    list.SetColumnOrderArray(RepairColumnOrder(m_pSettings->columnOrder));
-    const ColumnValues widths = RepairColumnWidths(m_pSettings->columnWidths);
-    for (size_t i = 0; i < kColumnCount; ++i) list.SetColumnWidth(static_cast<int>(i), widths[i]);
-}
-
-// Each row goes in at the top, so the list shows the order of the file upside down.
-void CMainDlg::ListOperations(bool bStart) {
-    const CWaitCursor wait;
-    const CPortForwardOp* pLastStarted = nullptr;
-    for (CPortForwardOp* pOperation = m_pSettings->firstOp; pOperation; pOperation = pOperation->m_pNext) {
-        pOperation->m_bStarting = 0;
-        if (!InsertRow(pOperation)) {
-            m_pUnlisted = pOperation;
-            break;
-        }
-        LinkOperation(pOperation, *m_pSettings, &m_counters, &m_logQueue);
-        const bool bWasRunning = pOperation->m_bRunning.exchange(0) != 0;
-        if (!bWasRunning || !bStart) continue;
-        List().SetSelectionMark(FindRow(pOperation));
-        m_bBatchCommand = true;
-        OnStart();
-        pLastStarted = pOperation;
-    }
-    // Rows went in above the mark since: it stays with the operation whose status is shown.
-    if (pLastStarted) List().SetSelectionMark(FindRow(pLastStarted));
-    m_bListed = true;
-}
-
-void CMainDlg::StartLogWriter() {
-    m_pSettings->logFlushRequested = 0;
-    m_pSettings->logQueue = &m_logQueue;
-    m_counters.nThreads.fetch_add(1);
-    m_bLogWriter = AfxBeginThread(LogWriterThread, m_pSettings);
-    // Without the writer the program goes on: nothing but the log is lost.
-    if (!m_bLogWriter) m_counters.nThreads.fetch_sub(1);
+void CMainDlg::RelabelWindow() {
+    m_menu.BuildMenuBar();
+    for (const auto& [nId, nSlot] : kCaptions) SetDlgItemText(nId, m_main.Text(nSlot));
+    m_list.RelabelColumns();
 }
 
 bool CMainDlg::PreTranslateMessage(MSG* pMessage) {
@@ -157,34 +108,53 @@ bool CMainDlg::PreTranslateMessage(MSG* pMessage) {
     return CDialog::PreTranslateMessage(pMessage);
 }
 
-// Reached by the close of a service, and by keys that mean Cancel to the dialog manager; those end nothing.
-void CMainDlg::OnCancel() {
-    if (*m_pServiceStop) CDialog::OnCancel();
+void CMainDlg::OnTimer(UINT_PTR nTimer) {
+    switch (nTimer) {
+        case kTimerCounts:
+            m_status.RefreshCounts();
+            break;
+        case kTimerRates:
+            m_status.RefreshRates();
+            break;
+        case kTimerTray:
+            m_tray.RepeatIcon();
+            break;
+        case kTimerLog:
+            m_logWriter.RequestFlush();
+            break;
+        case kTimerMinimize:
+            KillTimer(kTimerMinimize);
+            SendMessage(WM_SYSCOMMAND, SC_MINIMIZE);
+            break;
+        default:
+            break;
+    }
+    CDialog::OnTimer(nTimer);
 }
 
 bool CMainDlg::OnCommand(int nId, int nCode) {
     if (nCode != BN_CLICKED) return false;
     switch (nId) {
         case ID_PFO_NEW:
-            OnNew();
+            m_commands.OnNew();
             return true;
         case ID_PFO_EDIT:
-            OnEdit();
+            m_commands.OnEdit();
             return true;
         case ID_PFO_DELETE:
-            OnDelete();
+            m_commands.OnDelete();
             return true;
         case ID_PFO_START:
-            OnStart();
+            m_commands.OnStart();
             return true;
         case ID_PFO_STOP:
-            OnStop();
+            m_commands.OnStop();
             return true;
         case ID_PFO_START_ALL:
-            OnStartAll();
+            m_commands.OnStartAll();
             return true;
         case ID_PFO_STOP_ALL:
-            OnStopAll();
+            m_commands.OnStopAll();
             return true;
         case ID_CONTEXT_MENU:
             OnContextMenuAtItem();
@@ -193,7 +163,7 @@ bool CMainDlg::OnCommand(int nId, int nCode) {
             OnLanguage();
             return true;
         case ID_TRAY_RESTORE:
-            Restore();
+            m_tray.Restore();
             return true;
         case ID_TRAY_MINIMIZE:
             SendMessage(WM_SYSCOMMAND, SC_MINIMIZE);
@@ -210,20 +180,18 @@ bool CMainDlg::OnNotify(int nId, NMHDR* pHeader, LRESULT* /*pResult*/) {
     if (nId != IDC_MAIN_LIST) return false;
     switch (pHeader->code) {
         case LVN_ITEMCHANGED:
-            OnItemChanged(*reinterpret_cast<const NMLISTVIEW*>(pHeader));
+            m_list.OnItemChanged(*reinterpret_cast<const NMLISTVIEW*>(pHeader));
             return true;
         case LVN_COLUMNCLICK:
-            OnColumnClick(reinterpret_cast<const NMLISTVIEW*>(pHeader)->iSubItem);
+            m_list.OnColumnClick(reinterpret_cast<const NMLISTVIEW*>(pHeader)->iSubItem);
             return true;
         case LVN_KEYDOWN:
             if (reinterpret_cast<const NMLVKEYDOWN*>(pHeader)->wVKey == VK_APPS) OnContextMenuAtItem();
             return true;
         case NM_RCLICK:
-        case NM_DBLCLK: {
-            POINT cursor = {};
-            if (::GetCursorPos(&cursor)) OnContextMenu(cursor);
+        case NM_DBLCLK:
+            OnContextMenu();
             return true;
-        }
         default:
             return false;
     }
@@ -232,15 +200,13 @@ bool CMainDlg::OnNotify(int nId, NMHDR* pHeader, LRESULT* /*pResult*/) {
 LRESULT CMainDlg::DefWindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam) {
     switch (nMessage) {
         case WM_WINDOWPOSCHANGED:
-            LayOutList();
+            m_layout.OnWindowPosChanged();
             break;
         case WM_GETMINMAXINFO:
-            if (m_nLayoutReady == kLayoutReady) {
-                reinterpret_cast<MINMAXINFO*>(lParam)->ptMinTrackSize = {kMinWindowWidth, kMinWindowHeight};
-            }
+            m_layout.OnGetMinMaxInfo(reinterpret_cast<MINMAXINFO*>(lParam));
             break;
         case WM_SYSCOMMAND:
-            if (OnSysCommand(wParam)) return 0;
+            if (m_tray.OnSysCommand(wParam)) return 0;
             break;
         case WM_PAINT:
             if (IsIconic()) {
@@ -251,18 +217,78 @@ LRESULT CMainDlg::DefWindowProc(UINT nMessage, WPARAM wParam, LPARAM lParam) {
         case WM_QUERYDRAGICON:
             return reinterpret_cast<LRESULT>(m_hIcon);
         case WM_TRAY_NOTIFY:
-            OnTrayNotify(lParam);
+            m_tray.OnTrayNotify(lParam);
             return 0;
         case WM_TRAY_REFRESH:
-            OnTrayRefresh();
+            m_tray.OnTrayRefresh();
             break;
         case WM_SAVE_SETTINGS:
             SaveSettings();
             break;
         case WM_WORKER_STEP:
-            return OnWorkerStep(static_cast<WorkStep>(wParam), reinterpret_cast<OperationWork*>(lParam));
+            return m_workers.OnWorkerStep(wParam, lParam);
         default:
             break;
     }
     return CDialog::DefWindowProc(nMessage, wParam, lParam);
+}
+
+void CMainDlg::OnContextMenu() {
+    const CPortForwardOp* const pOperation = m_list.SelectedOperation();
+    POINT cursor = {};
+    if (pOperation && ::GetCursorPos(&cursor)) m_menu.TrackContextMenu(*pOperation, cursor);
+}
+
+void CMainDlg::OnContextMenuAtItem() {
+    const std::optional<POINT> point = m_list.SelectedPosition();
+    if (point) m_menu.TrackContextMenu(*m_list.SelectedOperation(), *point);
+}
+
+void CMainDlg::OnLanguage() {
+    ChooseLanguage(m_pSettings, m_pSettings->shellBrowser);
+    SaveSettings();
+    RelabelWindow();
+}
+
+void CMainDlg::SaveSettings() {
+    m_list.CollectListToSettings();
+    // A file that cannot be written is not reported: the next save tries again.
+    SaveSettingsFile(*m_pSettings, nullptr);
+}
+
+void CMainDlg::PaintIcon() const {
+    PAINTSTRUCT paint = {};
+    const HDC hDc = ::BeginPaint(GetSafeHwnd(), &paint);
+    if (!hDc) return;
+    SendMessage(WM_ICONERASEBKGND, reinterpret_cast<WPARAM>(hDc));
+    const RECT client = GetClientRect();
+    const int nLeft = (client.right - ::GetSystemMetrics(SM_CXICON) + 1) / 2;
+    const int nTop = (client.bottom - ::GetSystemMetrics(SM_CYICON) + 1) / 2;
+    ::DrawIcon(hDc, nLeft, nTop, m_hIcon);
+    ::EndPaint(GetSafeHwnd(), &paint);
+}
+
+// Reached by the close of a service, and by keys that mean Cancel to the dialog manager; those end nothing.
+void CMainDlg::OnCancel() {
+    if (*m_pServiceStop) CDialog::OnCancel();
+}
+
+void CMainDlg::OnClose() {
+    if (m_pSettings->minimizeOnClose && !m_bExitChosen && !*m_pServiceStop) {
+        SendMessage(WM_SYSCOMMAND, SC_MINIMIZE);
+        return;
+    }
+    m_layout.StoreWindowPlace();
+    SaveSettings();
+    m_logWriter.End(kLogWriterEndMs);
+    m_tray.RemoveTrayIcon(true);
+    if (!*m_pServiceStop) EndProcess(0);
+    CDialog::OnClose();
+}
+
+// The running operations are not stopped: they are saved as running, and their sockets go with the process.
+void CMainDlg::OnExit() {
+    m_bExitChosen = true;
+    OnClose();
+    EndProcess(0);
 }

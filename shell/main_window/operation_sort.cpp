@@ -37,15 +37,17 @@ int CompareOperations(const CPortForwardOp* pFirst, const CPortForwardOp* pSecon
         case COLUMN_STATUS:
             return Compare(pFirst->m_bRunning.load(), pSecond->m_bRunning.load(), nSortSign);
         case COLUMN_PROTOCOL:
-            return Compare(pFirst->m_nProtocol, pSecond->m_nProtocol, nSortSign);
+            return Compare(pFirst->m_settings.m_nProtocol, pSecond->m_settings.m_nProtocol, nSortSign);
         case COLUMN_LOCAL_IP:
-            return Compare(IpToNumber(pFirst->m_dwLocalIp), IpToNumber(pSecond->m_dwLocalIp), nSortSign);
+            return Compare(IpToNumber(pFirst->m_settings.m_dwLocalIp), IpToNumber(pSecond->m_settings.m_dwLocalIp),
+                           nSortSign);
         case COLUMN_LOCAL_PORT:
-            return Compare(pFirst->m_wLocalPort, pSecond->m_wLocalPort, nSortSign);
+            return Compare(pFirst->m_settings.m_wLocalPort, pSecond->m_settings.m_wLocalPort, nSortSign);
         case COLUMN_REMOTE_HOST:
-            return nSortSign * CompareWithoutCase(pFirst->m_strRemoteHost, pSecond->m_strRemoteHost);
+            return nSortSign *
+                   CompareWithoutCase(pFirst->m_settings.m_strRemoteHost, pSecond->m_settings.m_strRemoteHost);
         case COLUMN_REMOTE_PORT:
-            return Compare(pFirst->m_wRemotePort, pSecond->m_wRemotePort, nSortSign);
+            return Compare(pFirst->m_settings.m_wRemotePort, pSecond->m_settings.m_wRemotePort, nSortSign);
         default:
             return 0;
     }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "shell/app_settings.h"
+#include "shell/window_settings.h"
 
 /// The main window is never smaller, in pixels.
 inline constexpr int32_t kMinWindowWidth = 640;

@@ -3,11 +3,9 @@
 #include <charconv>
 #include <limits>
 
-#include "engine/port_forward_op.h"
+#include "platform/net/socket.h"
 
 namespace {
-
-constexpr int32_t kMinUdpTimeoutMs = 1000;
 
 constexpr char kUsage[] =
     "Usage:\n"
@@ -46,10 +44,10 @@ bool SplitAddress(const std::string& strText, std::string* pstrHost, uint16_t* p
     return ParsePort(strText.substr(nColon + 1), pwPort);
 }
 
-bool ParseLocal(const std::string& strText, Endpoint* pLocal) {
+bool ParseLocal(const std::string& strText, OpSettings* pOperation) {
     std::string strIp;
-    if (!SplitAddress(strText, &strIp, &pLocal->wPort)) return false;
-    return strIp.empty() || strIp == "*" || ParseIpAddress(strIp, &pLocal->dwIp);
+    if (!SplitAddress(strText, &strIp, &pOperation->m_wLocalPort)) return false;
+    return strIp.empty() || strIp == "*" || ParseIpAddress(strIp, &pOperation->m_dwLocalIp);
 }
 
 ServerOptions Wrong(const std::string& strError) {
@@ -66,11 +64,11 @@ std::string ReadOption(const std::string& strName, const std::string& strValue, 
         return strValue.empty() ? "--log needs the path of a file" : "";
     }
     if (strName == "--max") {
-        const bool bValid = ParseNumber(strValue, 1, kHighest, &pOptions->nMaxSessions);
+        const bool bValid = ParseNumber(strValue, 1, kHighest, &pOptions->operation.m_nMaxSessions);
         return bValid ? "" : "--max needs a number above 0, not " + strValue;
     }
     if (strName == "--timeout") {
-        const bool bValid = ParseNumber(strValue, kMinUdpTimeoutMs, kHighest, &pOptions->nUdpTimeoutMs);
+        const bool bValid = ParseNumber(strValue, kMinUdpTimeoutMs, kHighest, &pOptions->operation.m_nUdpTimeoutMs);
         return bValid ? "" : "--timeout needs at least 1000 milliseconds, not " + strValue;
     }
     return "unknown option " + strName;
@@ -84,11 +82,12 @@ ServerOptions ReadOperation(std::span<const char* const> words, ServerOptions op
     if (words.size() != 3) return Wrong("an operation needs a protocol, LOCALIP:PORT and HOST:PORT");
     const std::string strProtocol = words[0];
     if (!IsProtocol(strProtocol)) return Wrong("the protocol is tcp or udp, not " + strProtocol);
-    options.nProtocol = strProtocol == "tcp" ? kProtocolTcp : kProtocolUdp;
-    if (!ParseLocal(words[1], &options.local)) {
+    OpSettings& operation = options.operation;
+    operation.m_nProtocol = strProtocol == "tcp" ? kProtocolTcp : kProtocolUdp;
+    if (!ParseLocal(words[1], &operation)) {
         return Wrong(std::string("LOCALIP:PORT needs a numeric address and a port from 1 to 65535, not ") + words[1]);
     }
-    if (!SplitAddress(words[2], &options.strRemoteHost, &options.wRemotePort)) {
+    if (!SplitAddress(words[2], &operation.m_strRemoteHost, &operation.m_wRemotePort)) {
         return Wrong(std::string("HOST:PORT needs a port from 1 to 65535, not ") + words[2]);
     }
     options.action = ServerAction::RunOperation;

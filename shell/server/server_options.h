@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "platform/net/ip_address.h"
+#include "engine/op_settings.h"
 
 enum class ServerAction { Usage, Help, Version, RunFile, RunOperation };
 
@@ -15,13 +15,8 @@ struct ServerOptions {
     std::string strFile;   // RunFile: the saved-settings file
 
     // RunOperation
-    int32_t nProtocol = 0;
-    Endpoint local;
-    std::string strRemoteHost;  // empty: the client's own address
-    uint16_t wRemotePort = 0;
+    OpSettings operation;
     std::string strLogFile;  // empty: no log
-    int32_t nMaxSessions = 100;
-    int32_t nUdpTimeoutMs = 60000;
 };
 
 /// The arguments behind the program's name.

@@ -5,9 +5,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "engine/session_target.h"
 #include "language/language_store.h"
-#include "log/log_writer.h"
 #include "platform/files/files.h"
 #include "platform/system/process.h"
 #include "platform/threads/threads.h"
@@ -22,16 +20,10 @@ namespace {
 // limits are the same in both programs.
 constexpr int32_t kOwnThreads = 2;
 
-// The close of the window waits for the log writer; it looks at its flag every 100 ms.
-constexpr uint32_t kLogWriterPollMs = 10;
+// The log writer ends within a tenth of a second, unless the disk holds it up.
 constexpr uint32_t kLogWriterWaitMs = 500;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
-
-std::string ProtocolText(int32_t nProtocol) {
-    if (nProtocol == kProtocolTcp) return "TCP";
-    return nProtocol == kProtocolUdp ? "UDP" : "protocol " + std::to_string(nProtocol);
-}
 
 // A host text can hold any bytes: none of them may begin a line of its own or reach the terminal as a command.
 std::string Printable(std::string strText) {
@@ -41,11 +33,12 @@ std::string Printable(std::string strText) {
 }
 
 std::string Describe(CPortForwardOp* pOp) {
-    const bool bClient = IsTargetTheClient(*pOp);
-    return ProtocolText(pOp->m_nProtocol) + " " + FormatIpAddress(pOp->m_dwLocalIp) + ":" +
-           std::to_string(pOp->ListenPort()) + " -> " +
-           (bClient ? "the client's own address" : Printable(pOp->m_strRemoteHost)) + ":" +
-           std::to_string(pOp->m_wRemotePort);
+    const OpSettings& settings = pOp->m_settings;
+    const char* const pszProtocol = ProtocolText(settings.m_nProtocol);
+    return (pszProtocol ? pszProtocol : "protocol " + std::to_string(settings.m_nProtocol)) + " " +
+           FormatIpAddress(settings.m_dwLocalIp) + ":" + std::to_string(pOp->ListenPort()) + " -> " +
+           (settings.IsTargetTheClient() ? "the client's own address" : Printable(settings.m_strRemoteHost)) + ":" +
+           std::to_string(settings.m_wRemotePort);
 }
 
 void PrintError(const std::string& strText) {
@@ -96,7 +89,7 @@ bool CServerRun::StartOperation(CPortForwardOp* pOp) {
     }
     const std::string strReason =
         pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
-    const bool bNoRawSocket = pOp->m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
+    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
     const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
     PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
     return false;
@@ -108,7 +101,7 @@ int CServerRun::StartOperations() {
     int nStarted = 0;
     for (CPortForwardOp* pOp = m_settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) {
         pOp->m_bStarting = 0;
-        LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+        LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
         const bool bWasRunning = pOp->m_bRunning.exchange(0) != 0;
         if (bWasRunning && bStart && StartOperation(pOp)) ++nStarted;
     }
@@ -116,12 +109,7 @@ int CServerRun::StartOperations() {
 }
 
 void CServerRun::StartLogWriter() {
-    m_settings.logFlushRequested = 0;
-    m_settings.logQueue = &m_logQueue;
-    m_counters.nThreads.fetch_add(1);
-    m_bLogWriter = AfxBeginThread(LogWriterThread, &m_settings);
-    if (m_bLogWriter) return;
-    m_counters.nThreads.fetch_sub(1);
+    if (m_logWriter.Start(&m_counters.nThreads)) return;
     PrintError("no log is written: " + SystemErrorText(ThreadStartError()));
 }
 
@@ -133,16 +121,8 @@ void CServerRun::WaitForEnd() {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - std::chrono::steady_clock::now());
         if (WaitForEndSignal(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)))) return;
         if (std::chrono::steady_clock::now() < next) continue;
-        if (m_settings.autoLogEnabled != 0) RequestLogFlush(&m_settings);
+        if (m_settings.autoLogEnabled != 0) m_logWriter.RequestFlush();
         next += period;
-    }
-}
-
-void CServerRun::EndLogWriter() {
-    if (!m_bLogWriter) return;
-    m_settings.logWriterStop = 1;
-    for (uint32_t n = 0; m_settings.logWriterStop != 0 && n < kLogWriterWaitMs; n += kLogWriterPollMs) {
-        Sleep(kLogWriterPollMs);
     }
 }
 
@@ -167,7 +147,7 @@ int CServerRun::RunFile(const std::string& strPath) {
     StartLogWriter();
     WaitForEnd();
     SaveFile(strPath);
-    EndLogWriter();
+    m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }
 
@@ -180,17 +160,11 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     m_settings.logIntervalSeconds = kCommandLineLogSeconds;
     m_settings.operations.push_back(std::make_unique<CPortForwardOp>());
     CPortForwardOp* const pOp = m_settings.operations.back().get();
-    pOp->m_nProtocol = options.nProtocol;
-    pOp->m_dwLocalIp = options.local.dwIp;
-    pOp->m_wLocalPort = options.local.wPort;
-    pOp->m_strRemoteHost = options.strRemoteHost;
-    pOp->m_wRemotePort = options.wRemotePort;
-    pOp->m_nMaxSessions = options.nMaxSessions;
-    pOp->m_nUdpTimeoutMs = options.nUdpTimeoutMs;
-    LinkOperation(pOp, m_settings, &m_counters, &m_logQueue);
+    pOp->m_settings = options.operation;
+    LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
     if (!StartOperation(pOp)) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
-    EndLogWriter();
+    m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }

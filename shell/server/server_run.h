@@ -4,7 +4,7 @@
 #include <string>
 
 #include "engine/engine_counters.h"
-#include "log/log_queue.h"
+#include "log/log_writer.h"
 #include "shell/app_settings.h"
 #include "shell/server/server_options.h"
 
@@ -30,12 +30,10 @@ class CServerRun {
     bool StartOperation(CPortForwardOp* pOp);
     void StartLogWriter();
     void WaitForEnd();
-    void EndLogWriter();
     void SaveFile(const std::string& strPath);
 
     AppSettings m_settings;
     EngineCounters m_counters;
-    LogQueue m_logQueue;
-    bool m_bSave = false;       // the file was read whole and is of this version, so that it can be written over
-    bool m_bLogWriter = false;  // the thread runs
+    CLogWriter m_logWriter{m_settings};
+    bool m_bSave = false;  // the file was read whole and is of this version, so that it can be written over
 };

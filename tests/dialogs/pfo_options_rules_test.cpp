@@ -3,148 +3,102 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "language/text_table.h"
 #include "platform/net/ip_address.h"
-#include "platform/system/message_box.h"
 #include "shell/app_settings.h"
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-bool operator==(const PfoRefusal& left, const PfoRefusal& right) {
-    return left.field == right.field && left.nSlot == right.nSlot;
-}
 
 namespace {
 
-std::vector<std::string> g_messages;
+OpSettings GoodSettings() {
+    OpSettings settings;
+    settings.m_nProtocol = kProtocolUdp;
+    settings.m_wLocalPort = 8080;
+    settings.m_dwLocalIp = 0x12345678;
+    settings.m_strLocalInterface = " 127.1 ";
+    settings.m_strRemoteHost = "\t10.0.0.2";
+    settings.m_bForwardIcmp = 1;
+    return settings;
+}
 
-class PfoOptionsRulesTest : public testing::Test {
-  protected:
-    PfoOptionsRulesTest() {
-        g_messages.clear();
-        SetMessageHandler([](const Message& message) {
-            g_messages.push_back(message.strText);
-            return true;
-        });
-        m_texts.SetText(69, "blank");
-        m_texts.SetText(70, "unknown");
+PfoRefusal Refused(PfoField field, uint32_t nSlot, const std::string& strHost = "") {
+    return {field, nSlot, strHost};
+}
+
+TEST(PfoOptionsRules, NumbersAreRefusedInOrder) {
+    PfoFields fields = {GoodSettings(), 65536, 0};
+    fields.settings.m_nMaxSessions = 0;
+    fields.settings.m_nUdpTimeoutMs = 999;
+    EXPECT_EQ(CheckNumbers(&fields), Refused(PfoField::MaxSessions, 188));
+    fields.settings.m_nMaxSessions = 1;
+    EXPECT_EQ(CheckNumbers(&fields), Refused(PfoField::UdpTimeout, 189));
+    for (const int32_t nProtocol : {kProtocolTcp, 0}) {
+        fields.settings.m_nProtocol = nProtocol;
+        EXPECT_EQ(CheckNumbers(&fields).field, PfoField::LocalPort) << nProtocol;
     }
-    ~PfoOptionsRulesTest() override { SetMessageHandler(nullptr); }
-
-    static PfoFields GoodFields() {
-        PfoFields fields;
-        fields.nLocalPort = 8080;
-        fields.nRemotePort = 65535;
-        fields.nMaxSessions = 7;
-        fields.nUdpTimeoutMs = 1000;
-        fields.nProtocol = kProtocolUdp;
-        fields.strLocalInterface = " 127.1 ";
-        fields.strRemoteHost = "\t10.0.0.2";
-        fields.bForwardIcmp = true;
-        return fields;
-    }
-
-    PfoRefusal Resolve(const PfoFields& fields) { return ResolveHosts(fields, m_texts, &m_dwLocalIp); }
-
-    TextTable m_texts;
-    uint32_t m_dwLocalIp = 0x12345678;
-};
-
-TEST_F(PfoOptionsRulesTest, NumbersAreRefusedInOrder) {
-    PfoFields fields = GoodFields();
-    fields.nMaxSessions = 0;
-    fields.nUdpTimeoutMs = 999;
-    fields.nLocalPort = 65536;
-    fields.nRemotePort = 0;
-    EXPECT_EQ(CheckNumbers(fields), (PfoRefusal{PfoField::MaxSessions, 188}));
-    fields.nMaxSessions = 1;
-    EXPECT_EQ(CheckNumbers(fields), (PfoRefusal{PfoField::UdpTimeout, 189}));
-    fields.nUdpTimeoutMs = 1000;
-    EXPECT_EQ(CheckNumbers(fields), (PfoRefusal{PfoField::LocalPort, 190}));
-    fields.nLocalPort = 65535;
-    EXPECT_EQ(CheckNumbers(fields), (PfoRefusal{PfoField::RemotePort, 191}));
-    fields.nRemotePort = 1;
-    EXPECT_EQ(CheckNumbers(fields), PfoRefusal());
     for (const int32_t nBad : {0, -1, 65536}) {
         fields.nLocalPort = nBad;
-        EXPECT_EQ(CheckNumbers(fields).field, PfoField::LocalPort) << nBad;
+        EXPECT_EQ(CheckNumbers(&fields), Refused(PfoField::LocalPort, 190)) << nBad;
+    }
+    fields.nLocalPort = 65535;
+    EXPECT_EQ(CheckNumbers(&fields), Refused(PfoField::RemotePort, 191));
+    EXPECT_EQ(fields.settings.m_wLocalPort, 8080) << "refused fields change nothing";
+    fields.nRemotePort = 1;
+    EXPECT_EQ(CheckNumbers(&fields), PfoRefusal());
+    EXPECT_EQ(fields.settings.m_wLocalPort, 65535);
+    EXPECT_EQ(fields.settings.m_wRemotePort, 1);
+}
+
+TEST(PfoOptionsRules, InterfaceIsResolvedAndBlankMeansAll) {
+    const std::pair<const char*, uint32_t> cases[] = {{" 127.1 ", 0x7F000001}, {"localhost", 0x7F000001}, {" \t", 0}};
+    for (const auto& [pszInterface, dwIp] : cases) {
+        OpSettings settings = GoodSettings();
+        settings.m_strLocalInterface = pszInterface;
+        EXPECT_EQ(ResolveHosts(&settings), PfoRefusal());
+        EXPECT_EQ(IpToNumber(settings.m_dwLocalIp), dwIp);
+        EXPECT_EQ(settings.m_strLocalInterface, pszInterface) << "kept as it was typed";
     }
 }
 
-TEST_F(PfoOptionsRulesTest, TimeoutCountsForUdpOnly) {
-    PfoFields fields = GoodFields();
-    fields.nUdpTimeoutMs = 0;
-    for (const int32_t nProtocol : {kProtocolTcp, 0}) {
-        fields.nProtocol = nProtocol;
-        EXPECT_EQ(CheckNumbers(fields), PfoRefusal()) << nProtocol;
-    }
-}
-
-TEST_F(PfoOptionsRulesTest, InterfaceIsResolvedAndBlankMeansAll) {
-    PfoFields fields = GoodFields();
-    EXPECT_EQ(Resolve(fields), PfoRefusal());
-    EXPECT_EQ(FormatIpAddress(m_dwLocalIp), "127.0.0.1");
-    fields.strLocalInterface = "localhost";
-    EXPECT_EQ(Resolve(fields), PfoRefusal());
-    EXPECT_EQ(FormatIpAddress(m_dwLocalIp), "127.0.0.1");
-    fields.strLocalInterface = " \t";
-    EXPECT_EQ(Resolve(fields), PfoRefusal());
-    EXPECT_EQ(m_dwLocalIp, 0u);
-    EXPECT_THAT(g_messages, IsEmpty());
-}
-
-TEST_F(PfoOptionsRulesTest, HostThatIsNoneIsToldOnceInterfaceFirst) {
-    PfoFields fields = GoodFields();
-    fields.strLocalInterface = "can't see birds";
-    fields.strRemoteHost = "";
-    EXPECT_EQ(Resolve(fields), (PfoRefusal{PfoField::LocalInterface, 0}));
-    EXPECT_THAT(g_messages, ElementsAre("unknown\r\ncan't see birds\r\n"));
-    fields.strLocalInterface = "";
-    EXPECT_EQ(Resolve(fields), (PfoRefusal{PfoField::RemoteHost, 0}));
-    EXPECT_THAT(g_messages, ElementsAre(testing::_, "blank"));
-}
-
-TEST_F(PfoOptionsRulesTest, BounceLooksAtNoRemoteHost) {
-    PfoFields fields = GoodFields();
-    fields.bBounce = true;
+TEST(PfoOptionsRules, HostThatIsNoneIsToldInterfaceFirst) {
+    OpSettings settings = GoodSettings();
+    settings.m_strLocalInterface = " can't see birds";
+    settings.m_strRemoteHost = " \t";
+    const PfoRefusal first = ResolveHosts(&settings);
+    EXPECT_EQ(first, Refused(PfoField::LocalInterface, 70, "can't see birds"));
+    settings.m_strLocalInterface = "";
+    const PfoRefusal second = ResolveHosts(&settings);
+    EXPECT_EQ(second, Refused(PfoField::RemoteHost, 69));
+    EXPECT_EQ(settings.m_dwLocalIp, 0x12345678u) << "refused fields change nothing";
     for (const char* const pszHost : {"", "no such host"}) {
-        fields.strRemoteHost = pszHost;
-        EXPECT_EQ(Resolve(fields), PfoRefusal()) << pszHost;
+        settings.m_bBounce = 1;
+        settings.m_strRemoteHost = pszHost;
+        EXPECT_EQ(ResolveHosts(&settings), PfoRefusal()) << "bounce looks at no remote host";
     }
-    EXPECT_THAT(g_messages, IsEmpty());
+    TextTable texts;
+    texts.SetText(69, "blank");
+    texts.SetText(70, "unknown");
+    EXPECT_EQ(RefusalText(first, texts), "unknown\r\ncan't see birds\r\n");
+    EXPECT_EQ(RefusalText(second, texts), "blank");
 }
 
-TEST_F(PfoOptionsRulesTest, OperationGetsTheFieldsAsTypedAndItsFilters) {
-    const PfoFilters filters = {{{1, 2}}, {{3, 4}, {5, 6}}, true};
-    CPortForwardOp operation;
-    StoreFields(GoodFields(), 0x0100007F, filters, &operation);
-    EXPECT_EQ(FieldsOf(operation), GoodFields());
-    EXPECT_EQ(operation.m_dwLocalIp, 0x0100007Fu);
-    EXPECT_EQ(operation.m_strLocalInterface, " 127.1 ");
-    EXPECT_EQ(operation.m_allowRanges, filters.allowRanges);
-    EXPECT_EQ(operation.m_blockRanges, filters.blockRanges);
-    EXPECT_EQ(operation.m_bFiltersEnabled, 1);
-}
-
-TEST_F(PfoOptionsRulesTest, LastUsedValuesComeBack) {
+TEST(PfoOptionsRules, LastUsedValuesComeBackWithoutFilters) {
     AppSettings settings;
-    const PfoFields first = LastUsedFields(settings);
-    EXPECT_EQ(first.nProtocol, kProtocolTcp);
-    EXPECT_EQ(first.nMaxSessions, 100);
-    EXPECT_EQ(first.nUdpTimeoutMs, 60000);
-    PfoFields fields = GoodFields();
+    EXPECT_EQ(LastUsedSettings(settings), OpSettings());
     for (const int32_t nProtocol : {kProtocolUdp, kProtocolTcp, 0}) {
-        fields.nProtocol = nProtocol;
-        fields.bBounce = !fields.bBounce;
-        StoreLastUsed(fields, &settings);
-        EXPECT_EQ(LastUsedFields(settings), fields);
+        OpSettings used = GoodSettings();
+        used.m_nProtocol = nProtocol;
+        OpSettings filtered = used;
+        filtered.m_bFiltersEnabled = 1;
+        filtered.m_allowRanges = {{1, 2}};
+        filtered.m_blockRanges = {{3, 4}};
+        StoreLastUsed(filtered, &settings);
+        EXPECT_EQ(LastUsedSettings(settings), used);
     }
 }
 
-TEST_F(PfoOptionsRulesTest, PhrasesMatchWholeAndInAnyCapitals) {
+TEST(PfoOptionsRules, PhrasesMatchWholeAndInAnyCapitals) {
     for (const char* const pszText :
          {"can't see birds", "Cant See Birds", "CANNOT SEE BIRDS", "cantseebirds", "can'tseebirds", "CannotSeeBird"}) {
         EXPECT_TRUE(IsIcmpPhrase(pszText)) << pszText;

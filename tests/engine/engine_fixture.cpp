@@ -124,10 +124,10 @@ EngineTest::~EngineTest() {
 CPortForwardOp& EngineTest::MakeOp(int32_t nProtocol, uint16_t wRemotePort) {
     m_ops.push_back(std::make_unique<CPortForwardOp>());
     CPortForwardOp& op = *m_ops.back();
-    op.m_nProtocol = nProtocol;
-    op.m_dwLocalIp = Loopback().dwIp;
-    op.m_strRemoteHost = "127.0.0.1";
-    op.m_wRemotePort = wRemotePort;
+    op.m_settings.m_nProtocol = nProtocol;
+    op.m_settings.m_dwLocalIp = Loopback().dwIp;
+    op.m_settings.m_strRemoteHost = "127.0.0.1";
+    op.m_settings.m_wRemotePort = wRemotePort;
     op.m_pStrings = &m_strings;
     op.m_pCounters = &m_counters;
     op.m_pLogQueue = &m_logQueue;

@@ -13,8 +13,8 @@ TEST_F(EngineTest, AClosedRemotePortReachesTheClientsOwnSocket) {
     const uint16_t wClosed = CPeer::Udp().Port();
     for (const bool bBounce : {false, true}) {
         CPortForwardOp& op = MakeOp(kProtocolUdp, wClosed);
-        op.m_bForwardIcmp = 1;
-        op.m_bBounce = bBounce ? 1 : 0;
+        op.m_settings.m_bForwardIcmp = 1;
+        op.m_settings.m_bBounce = bBounce ? 1 : 0;
         ASSERT_TRUE(op.Start()) << op.m_nStartError;
         EXPECT_EQ(op.m_nThreads, 2);
         CPeer client = CPeer::ConnectUdp(PortOf(op));

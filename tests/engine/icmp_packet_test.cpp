@@ -84,14 +84,14 @@ TEST(IcmpPacket, ChecksumFoldsItsCarries) {
 TEST(IcmpPacket, TheFirstSessionOfTheDatagramIsTold) {
     CPortForwardOp op;
     AddSessions(&op);
-    op.m_wRemotePort = 80;
-    op.m_strRemoteHost = "10.0.0.9";
+    op.m_settings.m_wRemotePort = 80;
+    op.m_settings.m_strRemoteHost = "10.0.0.9";
     const QuotedDatagram quoted = {At(0x0A000009, 80), 0x1234};
     EXPECT_EQ(FindClientOfDatagram(op, quoted), At(0x0A000009, 1002));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 81), 0x1234}));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000008, 80), 0x1234}));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1236}));
-    op.m_strRemoteHost = " ";
+    op.m_settings.m_strRemoteHost = " ";
     EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A00000A, 80), 0x1234}), At(0x0A00000A, 1003)) << "its own client's";
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A00000B, 80), 0x1234}));
 }

@@ -70,9 +70,9 @@ TEST_F(EngineTest, ShortSessionsStopsFailuresAndReloadsLeaveNothingBehind) {
         CPortForwardOp& tcp = StartTcp(server.Port());
         CPortForwardOp& second = StartTcp(server.Port());
         CPortForwardOp& udp = StartUdp(server.Port());
-        second.m_strRemoteHost = "";
+        second.m_settings.m_strRemoteHost = "";
         const std::vector<uint16_t> ports = {PortOf(tcp), PortOf(second), PortOf(udp)};
-        for (size_t n = 0; n < ports.size(); ++n) m_ops[n]->m_wLocalPort = ports[n];
+        for (size_t n = 0; n < ports.size(); ++n) m_ops[n]->m_settings.m_wLocalPort = ports[n];
         std::atomic<bool> bDone = false;
         std::atomic<int> nEchoes = 0;
         const auto end = std::chrono::steady_clock::now() + kLongest;

@@ -147,7 +147,7 @@ TEST_F(TcpSessionEnd, RefusedAndUnresolvableTargetsRaiseOneEventEach) {
     }
     CPortForwardOp& refused = StartTcp(wClosed);
     CPortForwardOp& unresolved = MakeOp(kProtocolTcp, 1);
-    unresolved.m_strRemoteHost = "no-such-host.invalid";
+    unresolved.m_settings.m_strRemoteHost = "no-such-host.invalid";
     ASSERT_TRUE(unresolved.Start());
     EXPECT_TRUE(CPeer::ConnectTcp(PortOf(refused)).IsClosedByPeer());
     EXPECT_TRUE(CPeer::ConnectTcp(PortOf(unresolved)).IsClosedByPeer());

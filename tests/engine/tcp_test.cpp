@@ -56,7 +56,7 @@ TEST_F(TcpPath, CarriesBytesUnchangedBothWaysAndCountsThem) {
 
 TEST_F(TcpPath, TheSessionLimitClosesOneClientMoreAndLetsTheNextInAgain) {
     CPortForwardOp& op = MakeOp(kProtocolTcp, m_server.Port());
-    op.m_nMaxSessions = 1;
+    op.m_settings.m_nMaxSessions = 1;
     ASSERT_TRUE(op.Start());
     {
         const CPeer client = CPeer::ConnectTcp(PortOf(op));
@@ -94,11 +94,11 @@ TEST_F(TcpPath, TheLimitsOfThreadsAndSetupsAreExact) {
 
 TEST_F(TcpPath, FiltersAreAskedOnlyWhenTheyAreOn) {
     CPortForwardOp& op = MakeOp(kProtocolTcp, m_server.Port());
-    op.m_blockRanges = {{Loopback().dwIp, Loopback().dwIp}};
+    op.m_settings.m_blockRanges = {{Loopback().dwIp, Loopback().dwIp}};
     ASSERT_TRUE(op.Start());
     ExpectForwards(op);
     ExpectStopped(op);
-    op.m_bFiltersEnabled = 1;
+    op.m_settings.m_bFiltersEnabled = 1;
     ASSERT_TRUE(op.Start());
     ExpectRefused(op, kBadIp);
     ExpectRefused(op, kBadIp);
@@ -115,10 +115,10 @@ TEST_F(TcpPath, FiltersAreAskedOnlyWhenTheyAreOn) {
 
 TEST_F(TcpPath, BounceAndABlankHostConnectToTheClientItself) {
     CPortForwardOp& bounce = MakeOp(kProtocolTcp, m_server.Port());
-    bounce.m_bBounce = 1;
-    bounce.m_strRemoteHost = "no-such-host.invalid";
+    bounce.m_settings.m_bBounce = 1;
+    bounce.m_settings.m_strRemoteHost = "no-such-host.invalid";
     CPortForwardOp& blank = MakeOp(kProtocolTcp, m_server.Port());
-    blank.m_strRemoteHost = " \t";
+    blank.m_settings.m_strRemoteHost = " \t";
     m_logFormat.Set("%G%E|%RHost");
     ASSERT_TRUE(bounce.Start());
     ASSERT_TRUE(blank.Start());
@@ -155,7 +155,7 @@ TEST_F(TcpPath, AnAllocationThatFailsGivesOneEventAndNothingIsLeft) {
     ExpectForwards(op);
     ExpectIdle(op, 1);
     FailNextAllocationOf(sizeof(LogEntry));
-    RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1), "TCP");
+    RaiseSessionEvent(op, SessionEventSlot::BadIp, Loopback(1));
     EXPECT_THAT(Events(), UnorderedElementsAre(kAllocationFault, kAllocationFault, kAccepted, kEnded))
         << "without memory";
 }

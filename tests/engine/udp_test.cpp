@@ -20,7 +20,7 @@ class UdpPath : public EngineTest {
 
     CPortForwardOp& StartShort() {
         CPortForwardOp& op = MakeOp(kProtocolUdp, m_server.Port());
-        op.m_nUdpTimeoutMs = kShortTimeoutMs;
+        op.m_settings.m_nUdpTimeoutMs = kShortTimeoutMs;
         EXPECT_TRUE(op.Start());
         return op;
     }
@@ -136,7 +136,7 @@ TEST_F(UdpPath, AClosedRemotePortLeavesOneWayUntilTheClientIsQuiet) {
 
 TEST_F(UdpPath, TheSessionLimitRefusesEachDatagramOfANewClientOnly) {
     CPortForwardOp& op = MakeOp(kProtocolUdp, m_server.Port());
-    op.m_nMaxSessions = 1;
+    op.m_settings.m_nMaxSessions = 1;
     ASSERT_TRUE(op.Start());
     CPeer known = CPeer::ConnectUdp(PortOf(op));
     CPeer stranger = CPeer::ConnectUdp(PortOf(op));
@@ -162,8 +162,8 @@ TEST_F(UdpPath, TheLimitOfThreadsIsExact) {
 
 TEST_F(UdpPath, FilteredDatagramsCountNothingAndEachIsTold) {
     CPortForwardOp& op = MakeOp(kProtocolUdp, m_server.Port());
-    op.m_bFiltersEnabled = 1;
-    op.m_blockRanges = {{Loopback().dwIp, Loopback().dwIp}};
+    op.m_settings.m_bFiltersEnabled = 1;
+    op.m_settings.m_blockRanges = {{Loopback().dwIp, Loopback().dwIp}};
     ASSERT_TRUE(op.Start());
     CPeer client = CPeer::ConnectUdp(PortOf(op));
     client.Send("1234");
@@ -180,11 +180,11 @@ TEST_F(UdpPath, FilteredDatagramsCountNothingAndEachIsTold) {
 
 TEST_F(UdpPath, BounceBlankAndUnresolvableHosts) {
     CPortForwardOp& bounce = MakeOp(kProtocolUdp, m_server.Port());
-    bounce.m_bBounce = 1;
+    bounce.m_settings.m_bBounce = 1;
     CPortForwardOp& blank = MakeOp(kProtocolUdp, m_server.Port());
-    blank.m_strRemoteHost = "";
+    blank.m_settings.m_strRemoteHost = "";
     CPortForwardOp& unresolved = MakeOp(kProtocolUdp, m_server.Port());
-    unresolved.m_strRemoteHost = "no-such-host.invalid";
+    unresolved.m_settings.m_strRemoteHost = "no-such-host.invalid";
     m_logFormat.Set("%G%E|%RHost");
     for (CPortForwardOp* pOp : {&bounce, &blank, &unresolved}) ASSERT_TRUE(pOp->Start());
     CPeer toBounce = CPeer::ConnectUdp(PortOf(bounce));

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What the join of the zone files accepts, writes and refuses."""
+"""What the join of the zone files writes, and what it refuses: each case damages one of the zones that are there."""
 
 import pathlib
 import subprocess
@@ -7,86 +7,107 @@ import sys
 import tempfile
 import unittest
 
-SCRIPT = pathlib.Path(__file__).parents[2] / "resources/language/join_zones.py"
+LANGUAGE = pathlib.Path(__file__).parents[2] / "resources/language"
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(LANGUAGE))
+import join_zones  # noqa: E402
 
+# Zone, what stands there (None: the whole file), what is put in its place, the line and the fault.
+FORM = [
+    ("english", "[3]\t", "[3] ", '5: a line that begins with "["'),
+    ("english", "[5]\t", "[6]\t", "7: slot 6 where slot 5"),
+    ("english", "[230]\t", "[230]\t\n[231]\t", "317: 232 slots instead of 231"),
+    ("general", "\n[19]\t", "", "20: 19 slots instead of 20"),
+    ("english", "[0]\t", "stray\n[0]\t", "2: text ahead"),
+    ("german", "[Zone_Deutsch]", "[Zone_English]", "1: the first line must be the zone's label, [Zone_Deutsch]"),
+    ("english", None, b"[Zone_English]\n[0]\t\n[1]\t\xe4\n", "3: not UTF-8"),
+    ("english", "\n", "\r\n", "1: zone files have LF line ends"),
+    ("english", "[Zone_English]", "\ufeff[Zone_English]", "1: zone files have LF line ends, no byte order mark"),
+    ("dutch", "[6]\t", "[6]\t\uff3b", "8: a character that can turn into a bracket"),
+    ("dutch", "[6]\t", "[6]\t\u0416", "8: U+0416 is not in cp1252"),
+    ("russian", "[6]\t", "[6]\t\u00e9", "8: U+00E9 is not in cp1251"),
+]
 
-def zone(label, count, texts=None):
-    texts = texts or {}
-    return f"[{label}]\n" + "".join(f"[{n}]\t{texts.get(n, '')}\n" for n in range(count))
+# Zone, slot, what stands there, what is put in its place, the fault.
+WORDING = [
+    ("english", 58, "occured", "occurred", "must be, to the letter"),
+    ("general", 18, "Русско", "Русский", "must be, to the letter"),
+    ("german", 6, "Fehler", "", "empty"),
+    ("german", 229, "", "Text", "a text where English has none"),
+    ("german", 27, "Der eingegebene Dateipfad ist ungültig.", "The file path entered is not valid.", "the English"),
+    ("german", 44, "\n\n3. ", "\n3. ", "lines: "),
+    ("german", 44, "2. ", "3. ", "the number of the line"),
+    ("german", 44, "Führen Sie das Programm aus.", "F.", "too short"),
+    ("german", 8, "%s", "%d", "format codes ['%d'] instead of ['%s']"),
+    ("german", 8, "\\n", " ", "escapes"),
+    ("german", 6, "Fehler", "Feh\nler", "line ends"),
+    ("german", 31, "[%E], ", "[%E]; ", "must begin with the event"),
+    ("german", 31, ": [%DAT]", " [%DAT]", "must begin with the event"),
+    ("german", 6, "Fehler", " Fehler", "other blanks"),
+    ("german", 6, "Fehler", "Fehler\t", "other blanks"),
+    ("german", 13, ":", "", "only one of this"),
+    ("german", 6, "Fehler", "Fehler...", "only one of this"),
+    ("german", 6, "F", "&F", '"&"'),
+    ("german", 6, "Fehler", "Fehler\u2026", '"\u2026"'),
+    ("german", 90, "WSAStartup()", "WSAstartup()", 'lacks "WSAStartup()"'),
+    ("german", 163, "|*.KPRL|", "|*.kprl|", "another filter"),
+    ("german", 163, "||", "|", "another filter"),
+    ("german", 163, "(*.KPRL)", "(KPRL)", "a filter that does not show its pattern"),
+    ("german", 14, "Durchsuchen", "Durchsuchung!", "takes 13 columns where 12 are"),
+    ("japanese", 2, "閉じる", "閉じる閉じる", "takes 12 columns where 10 are"),
+    ("german", 138, "Threads", "Fäden", "unlike slot 136"),
+    ("german", 137, "Sitzung abgelehnt", "Sitzung verweigert", "another verdict"),
+    ("german", 41, "Fehler beim Starten", "Fehler beim Start", "does not quote slot 124"),
+    ("german", 134, "beendet   ", "beendet  ", "is not padded"),
+    ("german", 134, "beendet   ", "aufgehoben", "is not padded"),
+    ("german", 32, "[Sitzung beendet   ]", "[Sitzung beendet]", "does not show"),
+]
 
 
 class JoinTest(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.table = self.folder / "table.bin"
+        self.paths = {name: LANGUAGE / f"{name}.txt" for name in join_zones.ZONES}
 
-    def join(self, *names, **files):
-        for name, text in files.items():
-            data = text if isinstance(text, bytes) else text.encode("utf-8")
-            (self.folder / f"{name}.txt").write_bytes(data)
-        paths = [str(self.folder / f"{name}.txt") for name in names or files]
-        output = self.folder / "table.bin"
-        run = subprocess.run([sys.executable, SCRIPT, output, *paths], capture_output=True, text=True)
-        return run, output
+    def assert_refused(self, fault, paths):
+        self.table.unlink(missing_ok=True)
+        with self.assertRaises(SystemExit) as refusal:
+            join_zones.join(self.table, paths)
+        self.assertIn(fault, refusal.exception.code)
+        self.assertFalse(self.table.exists())
 
-    def assert_refused(self, message, *names, **files):
-        run, output = self.join(*names, **files)
-        self.assertNotEqual(run.returncode, 0)
-        self.assertIn(message, run.stderr)
-        self.assertNotIn("Traceback", run.stderr)
-        self.assertFalse(output.exists())
+    def assert_zone_refused(self, name, content, fault):
+        path = self.folder / f"{name}.txt"
+        path.write_bytes(content if isinstance(content, bytes) else content.encode())
+        self.assert_refused(f"{path}:{fault}", (self.paths | {name: path}).values())
 
-    def test_table(self):
-        run, output = self.join(
-            general=zone("Zone_General", 20, {0: "Fran\u00e7ais"}), english=zone("Zone_English", 231, {39: "a\n\nb"})
-        )
-        self.assertEqual(run.returncode, 0, run.stderr)
-        data = output.read_bytes()
-        self.assertEqual(data[:2], b"\xff\xfe")
-        text = data[2:].decode("utf-16-le")
-        self.assertTrue(text.startswith("\r\n[Zone_General]\r\n[0]\tFran\u00e7ais\r\n[1]\t\r\n"))
-        self.assertIn("[19]\t\r\n\r\n[Zone_English]\r\n[0]\t\r\n", text)
-        self.assertIn("[39]\ta\r\n\r\nb\r\n[40]", text)
-        self.assertTrue(text.endswith("[230]\t\r\n"))
+    def test_table_holds_the_zones_in_utf16_with_line_ends_of_windows(self):
+        subprocess.run([sys.executable, "-B", LANGUAGE / "join_zones.py", self.table, *self.paths.values()], check=True)
+        zones = [path.read_text("utf-8").rstrip("\n") for path in self.paths.values()]
+        text = ("\ufeff\n" + "\n\n".join(zones) + "\n").replace("\n", "\r\n")
+        self.assertEqual(self.table.read_bytes().decode("utf-16-le"), text)
 
-    def test_slots(self):
-        english = zone("Zone_English", 231)
-        self.assert_refused("slot 6 where slot 5", english=english.replace("[5]\t\n", ""))
-        self.assert_refused("slot 5 where slot 6", english=english.replace("[5]\t\n", "[5]\t\n[5]\t\n"))
-        self.assert_refused("230 slots instead of 231", english=zone("Zone_English", 230))
-        self.assert_refused("232 slots instead of 231", english=zone("Zone_English", 232))
-        self.assert_refused("english.txt:5:", english=english.replace("[3]\t", "[note]"))
-        self.assert_refused("english.txt:5:", english=english.replace("[3]\t", "[3] "))
-        self.assert_refused("text ahead", english=english.replace("[0]", "stray\n[0]"))
+    def test_files(self):
+        first, second, *others = self.paths.values()
+        self.assert_refused("in this order: general, english", [second, first, *others])
+        self.assert_refused("in this order: general, english", [first, *others])
+        self.assert_refused("dutch.txt: No such file", (self.paths | {"dutch": self.folder / "dutch.txt"}).values())
 
-    def test_labels(self):
-        self.assert_refused("[Zone_English]", english=zone("Zone_Englisch", 231))
-        self.assert_refused("[Zone_Deutsch]", german=zone("Zone_English", 231))
-        self.assert_refused("no zone", klingon=zone("Zone_Klingon", 231))
-        self.assert_refused("[Zone_English]", english="")
-        self.assert_refused("same zone", "english", "english", english=zone("Zone_English", 231))
+    def test_form(self):
+        for name, old, new, fault in FORM:
+            with self.subTest(name=name, new=new):
+                text = self.paths[name].read_text("utf-8")
+                self.assert_zone_refused(name, new if old is None else text.replace(old, new), fault)
 
-    def test_encoding(self):
-        english = zone("Zone_English", 231)
-        self.assert_refused("english.txt:3: not UTF-8", english=b"[Zone_English]\n[0]\t\n[1]\t\xe4\n")
-        self.assert_refused("LF line ends", english=english.replace("\n", "\r\n"))
-        self.assert_refused("byte order mark", english="\ufeff" + english)
-        self.assert_refused("bracket or a backslash", english=english.replace("[5]\t", "[5]\t\uff3b"))
-        self.assert_refused("No such file", "dutch")
-
-    def test_code_page(self):
-        for name, label, shown, missing in [
-            ("english", "Zone_English", "\u20ac", "\u0416"),
-            ("japanese", "Zone_Japanese", "\u8a9e", "\u00e9"),
-            ("chinese", "Zone_Chinese", "\u6f22", "\u6c49"),
-            ("russian", "Zone_Russian", "\u0416", "\u00e9"),
-        ]:
-            run, _ = self.join(**{name: zone(label, 231, {5: shown})})
-            self.assertEqual(run.returncode, 0, run.stderr)
-            (self.folder / "table.bin").unlink()
-            fault = f"{name}.txt:7: U+{ord(missing):04X} is not in cp"
-            self.assert_refused(fault, **{name: zone(label, 231, {5: missing})})
+    def test_wording(self):
+        for name, slot, old, new, fault in WORDING:
+            with self.subTest(name=name, slot=slot, new=new):
+                head, mark, rest = self.paths[name].read_text("utf-8").partition(f"\n[{slot}]\t")
+                text, end, tail = rest.partition("\n[")
+                self.assertIn(old, text)
+                damaged = head + mark + text.replace(old, new, 1) + end + tail
+                self.assert_zone_refused(name, damaged, f"{head.count(chr(10)) + 2}: slot {slot}: {fault}")
 
 
 if __name__ == "__main__":

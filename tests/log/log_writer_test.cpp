@@ -4,152 +4,146 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <map>
+#include <sstream>
 #include <thread>
-#include <vector>
 
 #include "platform/threads/threads_testing.h"
-#include "shell/app_settings.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/wait.h"
 
 namespace {
 
+namespace fs = std::filesystem;
+
 class LogWriter : public testing::Test {
   protected:
     LogWriter() {
-        std::filesystem::remove_all(m_folder);
-        std::filesystem::create_directories(m_folder);
-        m_settings.logQueue = &m_queue;
+        fs::remove(m_path);
         m_settings.logFilePath.Set(m_path.string());
         m_settings.autoLogEnabled = 1;
     }
     ~LogWriter() override {
-        EndWriter();
-        std::filesystem::remove_all(m_folder);
+        End();
+        fs::remove(m_path);
         ReleaseParkedThreads();
     }
 
+    void Start() { ASSERT_TRUE(m_writer.Start(&m_nThreads)); }
+    // From here on nothing is written.
+    void End() {
+        EXPECT_TRUE(WaitFor([this] { return m_writer.End(10); }));
+    }
     void Queue(const std::string& strText) {
-        auto pEntry = std::make_unique<LogEntry>();
-        pEntry->strText = strText;
-        m_queue.Append(std::move(pEntry));
+        m_writer.Queue().Append(std::make_unique<LogEntry>(LogEntry{strText, nullptr}));
     }
-    std::string File() const {
-        std::ifstream file(m_path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+    // A run of the writer that has this to write, and one tick of the timer.
+    void Write(const std::string& strText) {
+        Queue(strText);
+        Start();
+        m_writer.RequestFlush();
+        EXPECT_TRUE(WaitFor([this] { return m_writer.Queue().IsEmpty(); }));
+        End();
     }
-    void StartWriter() {
-        m_bWriter = true;
-        ASSERT_TRUE(AfxBeginThread(LogWriterThread, &m_settings));
-    }
-    void EndWriter() {
-        if (!m_bWriter) return;
-        m_bWriter = false;
-        m_settings.logWriterStop = 1;
-        EXPECT_TRUE(WaitFor([this] { return m_settings.logWriterStop == 0; }));
-    }
-    // What the window's timer does, until the writer has come.
-    void Flush() {
-        RequestLogFlush(&m_settings);
-        EXPECT_TRUE(WaitFor([this] { return m_queue.IsEmpty() && m_settings.logFlushRequested == 0; }));
-    }
+    // Time in which the thread looks at its flags; on a machine too busy for it, less is seen and nothing fails.
+    static void LetItPoll() { Sleep(250); }
+    std::string File() const { return (std::ostringstream() << std::ifstream(m_path, std::ios::binary).rdbuf()).str(); }
 
     CWatchdog m_watchdog;
-    // One folder a test process: builds run side by side.
-    const std::filesystem::path m_folder = std::filesystem::absolute("log_writer_test_files");
-    const std::filesystem::path m_path = m_folder / "zelkor.log";
-    LogQueue m_queue;
-    AppSettings m_settings;
-    bool m_bWriter = false;
+    const fs::path m_path = fs::absolute("log_writer_test.log");  // in the folder of the build: builds run side by side
+    LogSettings m_settings;
+    std::atomic<int32_t> m_nThreads = 0;
+    CLogWriter m_writer{m_settings};
 };
 
 }  // namespace
 
 TEST_F(LogWriter, BatchesFollowEachOtherWithALineEndAheadOfEachEntry) {
-    Queue("first");
-    Queue("second");
-    EXPECT_TRUE(WriteLogBatch(&m_settings));
-    EXPECT_EQ(File(), "\r\nfirst\r\nsecond");
-    Queue("");
-    Queue("third");
-    EXPECT_TRUE(WriteLogBatch(&m_settings));
-    EXPECT_EQ(File(), "\r\nfirst\r\nsecond\r\n\r\nthird");
-}
-
-TEST_F(LogWriter, ExtendsAFileThatIsThereAndThatAnotherReads) {
     std::ofstream(m_path, std::ios::binary) << "old";
-    std::ifstream reader(m_path, std::ios::binary);
-    Queue("new");
-    EXPECT_TRUE(WriteLogBatch(&m_settings));
-    EXPECT_EQ(File(), "old\r\nnew");
+    const std::ifstream otherReader(m_path, std::ios::binary);
+    Queue("first");
+    Write("second");
+    EXPECT_EQ(File(), "old\r\nfirst\r\nsecond");
+    Queue("");
+    Write("third");
+    EXPECT_EQ(File(), "old\r\nfirst\r\nsecond\r\n\r\nthird");
+    EXPECT_EQ(m_nThreads, 2) << "an end is not taken off";
 }
 
 TEST_F(LogWriter, ABatchThatCannotBeWrittenIsDroppedAndTheNextTriesAgain) {
-    m_settings.logFilePath.Set((m_folder / "missing" / "zelkor.log").string());
-    Queue("lost");
-    EXPECT_FALSE(WriteLogBatch(&m_settings));
-    m_settings.logFilePath.Set("");
-    Queue("lost too");
-    EXPECT_FALSE(WriteLogBatch(&m_settings));
-    m_settings.logFilePath.Set(m_path.string());
-    Queue("kept");
-    EXPECT_TRUE(WriteLogBatch(&m_settings));
+    for (const fs::path& path : {m_path / "in a missing folder", fs::path(), m_path}) {
+        m_settings.logFilePath.Set(path.string());
+        FailNextAllocationOf(path == m_path ? 777 + 2 + 1 : 0);
+        Write(std::string(777, 'x'));
+    }
+    FailNextAllocationOf(0);
+    EXPECT_FALSE(fs::exists(m_path));
+    Write("kept");
     EXPECT_EQ(File(), "\r\nkept");
-    EXPECT_FALSE(std::filesystem::exists(m_folder / "missing"));
 }
 
-TEST_F(LogWriter, TheThreadWritesOnlyWhenAskedAndOnlyWhileLoggingIsOn) {
-    StartWriter();
-    Queue("one");
-    Flush();
-    EXPECT_TRUE(WaitFor([this] { return File() == "\r\none"; }));
+TEST_F(LogWriter, WritesOnlyWhenAskedAndOnlyWhileLoggingIsOn) {
+    Start();
+    m_writer.RequestFlush();  // with an empty queue it asks for nothing
+    Queue("entry");
+    LetItPoll();
     m_settings.autoLogEnabled = 0;
-    Queue("two");
-    RequestLogFlush(&m_settings);
-    EndWriter();
-    EXPECT_EQ(File(), "\r\none") << "no last flush";
-    EXPECT_FALSE(m_queue.IsEmpty()) << "what logging left behind waits for it to come back";
-    EXPECT_EQ(m_settings.logFlushRequested, 1);
+    m_writer.RequestFlush();
+    End();
     m_settings.autoLogEnabled = 1;
-    StartWriter();
-    EXPECT_TRUE(WaitFor([this] { return File() == "\r\none\r\ntwo"; }));
+    Start();
+    LetItPoll();
+    EXPECT_FALSE(fs::exists(m_path)) << "a last flush, or a request from before";
+    m_settings.autoLogEnabled = 0;
+    m_writer.RequestFlush();
+    LetItPoll();
+    EXPECT_FALSE(m_writer.Queue().IsEmpty()) << "what logging left behind waits for it to come back";
+    m_settings.autoLogEnabled = 1;
+    EXPECT_TRUE(WaitFor([this] { return File() == "\r\nentry"; })) << "the request stood";
 }
 
-TEST_F(LogWriter, AnEmptyQueueAsksForNothingAndCausesNoFile) {
-    RequestLogFlush(&m_settings);
-    EXPECT_EQ(m_settings.logFlushRequested, 0);
-    EXPECT_FALSE(WriteLogBatch(&m_settings));
-    EXPECT_FALSE(std::filesystem::exists(m_path));
+TEST_F(LogWriter, WithoutAThreadNothingCountsAndTheEndWaitsForNobody) {
+    FailThreadStartsAfter(0);
+    EXPECT_FALSE(m_writer.Start(&m_nThreads));
+    FailThreadStartsAfter(-1);
+    EXPECT_EQ(m_nThreads, 0);
+    EXPECT_TRUE(m_writer.End(0));
 }
 
 TEST_F(LogWriter, EntriesOfManyThreadsArriveWholeAndInTheirOrder) {
-    constexpr int kThreads = 4;
-    constexpr int kEntries = 500;
-    StartWriter();
+    Start();
     std::vector<std::thread> threads;
-    for (int nThread = 0; nThread < kThreads; ++nThread) {
-        threads.emplace_back([this, nThread] {
-            for (int n = 0; n < kEntries; ++n) {
-                Queue(std::string(1, static_cast<char>('a' + nThread)) + std::to_string(n));
-                RequestLogFlush(&m_settings);
+    for (const char chThread : {'a', 'b', 'c', 'd'}) {
+        threads.emplace_back([this, chThread] {
+            for (int n = 0; n < 500; ++n) {
+                Queue(chThread + std::to_string(n));
+                m_writer.RequestFlush();
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
-    Flush();
-    EndWriter();
-    std::vector<int> next(kThreads, 0);
-    const std::string strFile = File();
-    for (size_t nAt = strFile.find("\r\n"); nAt != std::string::npos; nAt = strFile.find("\r\n", nAt + 2)) {
-        const auto nThread = static_cast<size_t>(strFile[nAt + 2] - 'a');
-        ASSERT_LT(nThread, next.size());
-        ASSERT_EQ(std::stoi(strFile.substr(nAt + 3)), next[nThread]++);
-    }
-    EXPECT_EQ(next, std::vector<int>(kThreads, kEntries));
+    EXPECT_TRUE(WaitFor([this] { return m_writer.Queue().IsEmpty(); }));
+    End();
+    std::istringstream lines(File());
+    std::map<char, int> next;
+    char chThread = 0;
+    for (int nNumber = 0; lines >> chThread >> nNumber;) ASSERT_EQ(nNumber, next[chThread]++);
+    EXPECT_EQ(next, (std::map<char, int>{{'a', 500}, {'b', 500}, {'c', 500}, {'d', 500}}));
 }
 
-TEST(LogQueue, AFloodOfEntriesIsFreedWithoutDeepRecursion) {
-    LogQueue queue;
-    for (int n = 0; n < 500'000; ++n) queue.Append(std::make_unique<LogEntry>());
-    EXPECT_FALSE(queue.IsEmpty());
+TEST_F(LogWriter, AFloodOfEntriesIsFreedWithoutDeepRecursion) {
+    for (int n = 0; n < 1'000'000; ++n) Queue("");
+    EXPECT_FALSE(m_writer.Queue().IsEmpty());
+}
+
+TEST(LogFlushPeriod, StaysWithinWhatATimerTakes) {
+    const auto period = [](uint32_t nSeconds) {
+        LogSettings settings;
+        settings.logIntervalSeconds = nSeconds;
+        return LogFlushPeriodMs(settings);
+    };
+    EXPECT_EQ(period(0), 100U);
+    EXPECT_EQ(period(2147483), 2147483000U);
+    EXPECT_EQ(period(2147484), 0x7FFFFFFFU);
+    EXPECT_EQ(period(4294968), 0x7FFFFFFFU) << "times a thousand this is 704 in 32 bits";
 }

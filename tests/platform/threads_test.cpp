@@ -1,4 +1,4 @@
-#include "platform/threads/threads.h"
+#include "platform/threads/threads_testing.h"
 
 #include <gtest/gtest.h>
 

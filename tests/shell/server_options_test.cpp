@@ -6,99 +6,67 @@
 #include <sstream>
 #include <vector>
 
-#include "engine/host_text.h"
-#include "engine/port_forward_op.h"
+#include "platform/net/socket.h"
 
 namespace {
 
-using testing::HasSubstr;
-
-ServerOptions Parse(const std::string& strLine) {
+/// What the arguments mean, in one line.
+std::string Meaning(const std::string& strLine) {
     std::istringstream stream(strLine);
-    std::vector<std::string> words;
-    for (std::string strWord; stream >> strWord;) words.push_back(strWord);
+    const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
     std::vector<const char*> arguments;
     for (const std::string& strWord : words) arguments.push_back(strWord.c_str());
-    return ParseServerOptions(arguments);
-}
-
-TEST(ServerOptions, OneWordIsACommandOrAFile) {
-    EXPECT_EQ(Parse("--help").action, ServerAction::Help);
-    EXPECT_EQ(Parse("--version").action, ServerAction::Version);
-    for (const std::string strFile : {"saved.KVR", "./-h", "./tcp"}) {
-        const ServerOptions options = Parse(strFile);
-        EXPECT_EQ(options.action, ServerAction::RunFile) << strFile;
-        EXPECT_EQ(options.strFile, strFile);
+    const ServerOptions options = ParseServerOptions(arguments);
+    const OpSettings& operation = options.operation;
+    std::ostringstream meaning;
+    if (options.action == ServerAction::Usage) meaning << "wrong: " << options.strError;
+    if (options.action == ServerAction::Help) meaning << "help";
+    if (options.action == ServerAction::Version) meaning << "version";
+    if (options.action == ServerAction::RunFile) meaning << "file " << options.strFile;
+    if (options.action == ServerAction::RunOperation) {
+        meaning << ProtocolText(operation.m_nProtocol) << " " << FormatIpAddress(operation.m_dwLocalIp) << ":"
+                << operation.m_wLocalPort << " " << operation.m_strRemoteHost << ":" << operation.m_wRemotePort
+                << " max " << operation.m_nMaxSessions << " timeout " << operation.m_nUdpTimeoutMs << " log "
+                << options.strLogFile;
     }
+    return meaning.str();
 }
 
-TEST(ServerOptions, AnOperationHasDefaults) {
-    const ServerOptions options = Parse("tcp 10.1.2.3:8080 there.example:80");
-    EXPECT_EQ(options.action, ServerAction::RunOperation);
-    EXPECT_EQ(options.nProtocol, kProtocolTcp);
-    EXPECT_EQ(FormatIpAddress(options.local.dwIp), "10.1.2.3");
-    EXPECT_EQ(options.local.wPort, 8080);
-    EXPECT_EQ(options.strRemoteHost, "there.example");
-    EXPECT_EQ(options.wRemotePort, 80);
-    EXPECT_EQ(options.strLogFile, "");
-    EXPECT_EQ(options.nMaxSessions, 100);
-    EXPECT_EQ(options.nUdpTimeoutMs, 60000);
-}
-
-TEST(ServerOptions, OptionsComeInAnyOrderAndTheLastOneCounts) {
-    const ServerOptions options =
-        Parse("--timeout 1000 --log a.log --max 2147483647 --log b.log udp 127.0.0.1:65535 localhost:1");
-    EXPECT_EQ(options.action, ServerAction::RunOperation);
-    EXPECT_EQ(options.nProtocol, kProtocolUdp);
-    EXPECT_EQ(options.local.wPort, 65535);
-    EXPECT_EQ(options.wRemotePort, 1);
-    EXPECT_EQ(options.strLogFile, "b.log");
-    EXPECT_EQ(options.nMaxSessions, 2147483647);
-    EXPECT_EQ(options.nUdpTimeoutMs, 1000);
-}
-
-TEST(ServerOptions, AddressesMayBeLeftOut) {
-    for (const std::string strLocal : {":8080", "*:8080", "0.0.0.0:8080"}) {
-        const ServerOptions options = Parse("udp " + strLocal + " :53");
-        EXPECT_EQ(options.action, ServerAction::RunOperation) << strLocal;
-        EXPECT_EQ(options.local.dwIp, 0u);
-        EXPECT_EQ(options.local.wPort, 8080);
-        EXPECT_EQ(options.strRemoteHost, "");
-        EXPECT_EQ(options.wRemotePort, 53);
-    }
+TEST(ServerOptions, ArgumentsMeanAnOperationAFileOrACommand) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"--help", "help"},
+        {"--version", "version"},
+        {"saved.KVR", "file saved.KVR"},
+        {"./-h", "file ./-h"},
+        {"./tcp", "file ./tcp"},
+        {"tcp 10.1.2.3:8080 there:80", "TCP 10.1.2.3:8080 there:80 max 100 timeout 60000 log "},
+        {"--timeout 1000 --log a --max 2147483647 --log b udp 127.0.0.1:65535 localhost:1",
+         "UDP 127.0.0.1:65535 localhost:1 max 2147483647 timeout 1000 log b"},
+        {"udp :8080 :53", "UDP 0.0.0.0:8080 :53 max 100 timeout 60000 log "},
+        {"udp *:8080 :53", "UDP 0.0.0.0:8080 :53 max 100 timeout 60000 log "}};
+    for (const auto& [pszLine, pszMeaning] : cases) EXPECT_EQ(Meaning(pszLine), pszMeaning) << pszLine;
 }
 
 TEST(ServerOptions, WrongArgumentsAreNamed) {
-    const struct {
-        const char* pszLine;
-        const char* pszReason;
-    } cases[] = {
-        {"", "needs a protocol"},
-        {"--help --version", "--help"},
-        {"saved.KVR --help", "needs a protocol"},
-        {"--log", "--log needs a value"},
-        {"-h", "-h"},
-        {"tcp", "needs a protocol"},
-        {"--max -1 tcp :1 a:1", "-1"},
-        {"--max 2147483648 tcp :1 a:1", "2147483648"},
-        {"--max 5x tcp :1 a:1", "5x"},
-        {"--timeout 999 udp :1 a:1", "999"},
-        {"TCP :1 a:1", "not TCP"},
-        {"tcp 1 a:1", "LOCALIP:PORT"},
-        {"tcp 1.2.3.4.5:1 a:1", "LOCALIP:PORT"},
-        {"tcp 1.2.3.256:1 a:1", "LOCALIP:PORT"},
-        {"tcp :0 a:1", "LOCALIP:PORT"},
-        {"tcp :65536 a:1", "LOCALIP:PORT"},
-        {"tcp :+1 a:1", "LOCALIP:PORT"},
-        {"tcp :1 a", "HOST:PORT"},
-        {"tcp :1 a:", "HOST:PORT"},
-        {"tcp :1 a:1 b:1", "needs a protocol"},
-        {"tcp :1 a:1 --max 5", "needs a protocol"},
-    };
-    for (const auto& each : cases) {
-        const ServerOptions options = Parse(each.pszLine);
-        EXPECT_EQ(options.action, ServerAction::Usage) << each.pszLine;
-        EXPECT_THAT(options.strError, HasSubstr(each.pszReason)) << each.pszLine;
+    const std::vector<std::string> operationless = {"", "saved.KVR --help", "tcp", "tcp :1 a:1 b:1",
+                                                    "tcp :1 a:1 --max 5"};
+    for (const std::string& strLine : operationless) {
+        EXPECT_THAT(Meaning(strLine), testing::ContainsRegex("wrong: .*needs a protocol")) << strLine;
+    }
+    for (const std::string strLocal : {"1", "1.2.3.4.5:1", "1.2.3.256:1", ":0", ":65536", ":+1"}) {
+        EXPECT_THAT(Meaning("tcp " + strLocal + " a:1"), testing::ContainsRegex("wrong: .*LOCALIP:PORT")) << strLocal;
+    }
+    for (const std::string strRemote : {"a", "a:"}) {
+        EXPECT_THAT(Meaning("tcp :1 " + strRemote), testing::ContainsRegex("wrong: .*HOST:PORT")) << strRemote;
+    }
+    const std::pair<std::string, std::string> cases[] = {
+        {"--help --version", "--help"}, {"--log", "--log needs a value"}, {"-h", "-h"}, {"TCP :1 a:1", "not TCP"}};
+    for (const auto& [strLine, strReason] : cases) {
+        EXPECT_THAT(Meaning(strLine), testing::ContainsRegex("wrong: .*" + strReason)) << strLine;
+    }
+    for (const std::string strNumber : {"--max -1", "--max 2147483648", "--max 5x", "--timeout 999"}) {
+        const std::string strValue = strNumber.substr(strNumber.find(' ') + 1);
+        EXPECT_THAT(Meaning(strNumber + " tcp :1 a:1"), testing::ContainsRegex("wrong: .*" + strValue)) << strNumber;
     }
     EXPECT_EQ(ParseServerOptions(std::vector<const char*>{""}).action, ServerAction::Usage);
 }

@@ -32,7 +32,7 @@ TEST_F(SettingsFile, AFileCutAnywhereGivesWhatItHolds) {
         EXPECT_EQ(Settings().languageCode, nSize < 68 ? 0u : 7u);
         EXPECT_EQ(Settings().columnWidths.back(), nSize < file.RecordStart(0) - 4 ? 93 : 36);
         const size_t nBehind = file.RecordStart(3);
-        EXPECT_EQ(Settings().lastLocalInterface, nSize < nBehind + Text("lastif").size() ? "" : "lastif");
+        EXPECT_EQ(Settings().lastOptions.m_strLocalInterface, nSize < nBehind + Text("lastif").size() ? "" : "lastif");
         EXPECT_EQ(Settings().trayPromptDone, nSize < strWhole.size() - Text("language.txt").size() ? 0 : 69);
         EXPECT_EQ(Settings().languageFilePath, bRefused ? "chosen.txt" : "");
     }
@@ -68,19 +68,19 @@ TEST_F(SettingsFile, TextCountsHaveLimits) {
         file.m_strBehind.replace(0, Text("lastif").size(), test.strField);
         const SettingsFileResult result = Load(file.Bytes());
         EXPECT_EQ(result.status, test.bRead ? SettingsFileStatus::Complete : SettingsFileStatus::CutOff);
-        EXPECT_TRUE(Settings().lastLocalInterface == test.strText) << test.strText.size();
-        EXPECT_EQ(Settings().lastRemoteHost, test.bRead ? "lasthost" : "");
+        EXPECT_TRUE(Settings().lastOptions.m_strLocalInterface == test.strText) << test.strText.size();
+        EXPECT_EQ(Settings().lastOptions.m_strRemoteHost, test.bRead ? "lasthost" : "");
         EXPECT_EQ(Settings().opCount, 3);
     }
 }
 
 TEST_F(SettingsFile, ATextIsWrittenSoThatItCanBeRead) {
     Load(CFileText().Bytes());
-    Settings().lastLocalInterface = std::string("ab\0cd", 5);
-    Settings().lastRemoteHost = std::string(1'000'005, 'x');
+    Settings().lastOptions.m_strLocalInterface = std::string("ab\0cd", 5);
+    Settings().lastOptions.m_strRemoteHost = std::string(1'000'005, 'x');
     EXPECT_EQ(Load(Save()).status, SettingsFileStatus::Complete);
-    EXPECT_EQ(Settings().lastLocalInterface, "ab");
-    EXPECT_EQ(Settings().lastRemoteHost.size(), 999'999u);
+    EXPECT_EQ(Settings().lastOptions.m_strLocalInterface, "ab");
+    EXPECT_EQ(Settings().lastOptions.m_strRemoteHost.size(), 999'999u);
 }
 
 TEST_F(SettingsFile, ABadListSizeBreaksTheRecordOff) {
@@ -94,7 +94,7 @@ TEST_F(SettingsFile, ABadListSizeBreaksTheRecordOff) {
             EXPECT_EQ(Settings().opCount, 1);
             EXPECT_EQ(Settings().runningOpCount, 0);
             EXPECT_EQ(Op(0).m_pNext, nullptr);
-            EXPECT_EQ(Settings().lastMaxSessions, 100);
+            EXPECT_EQ(Settings().lastOptions.m_nMaxSessions, 100);
             EXPECT_THAT(s_messages, IsEmpty());
         }
     }
@@ -108,15 +108,15 @@ TEST_F(SettingsFile, AZeroInFrontOfARangeEndsTheList) {
                       Record(U32(16) + strNoLast + kRange, U32(0))};
     file.m_strCount = U32(2);
     EXPECT_EQ(Load(file.Bytes()).status, SettingsFileStatus::Complete);
-    EXPECT_EQ(Op(0).m_allowRanges.size(), 1u);
-    EXPECT_TRUE(Op(0).m_blockRanges.empty());
-    EXPECT_EQ(Op(1).m_allowRanges.size(), 2u)
+    EXPECT_EQ(Op(0).m_settings.m_allowRanges.size(), 1u);
+    EXPECT_TRUE(Op(0).m_settings.m_blockRanges.empty());
+    EXPECT_EQ(Op(1).m_settings.m_allowRanges.size(), 2u)
         << "one without a last address matches nothing, but does not end the list";
     file.m_records[0] = Record(U32(8) + kRange, U32(0));
     EXPECT_EQ(Save(), file.Bytes()) << "what lies behind the end is not written";
-    Op(1).m_allowRanges.insert(Op(1).m_allowRanges.begin(), IpRange{});
+    Op(1).m_settings.m_allowRanges.insert(Op(1).m_settings.m_allowRanges.begin(), IpRange{});
     EXPECT_EQ(Load(Save()).status, SettingsFileStatus::Complete);
-    EXPECT_TRUE(Op(1).m_allowRanges.empty());
+    EXPECT_TRUE(Op(1).m_settings.m_allowRanges.empty());
 }
 
 TEST_F(SettingsFile, TheCountOfOperationsIsNotBelieved) {
@@ -136,7 +136,7 @@ TEST_F(SettingsFile, TheCountOfOperationsIsNotBelieved) {
         EXPECT_EQ(Load(file.Bytes()).status, SettingsFileStatus::Complete);
         EXPECT_EQ(Settings().opCount, 0);
         EXPECT_EQ(Settings().firstOp, nullptr);
-        EXPECT_EQ(Settings().lastMaxSessions, 48) << "what follows the records is read";
+        EXPECT_EQ(Settings().lastOptions.m_nMaxSessions, 48) << "what follows the records is read";
     }
 }
 
@@ -154,7 +154,7 @@ TEST_F(SettingsFile, WantOfMemoryEndsTheReadingOrTheWriting) {
     EXPECT_EQ(Load(strBytes).status, SettingsFileStatus::CutOff);
     FailNextAllocationOf(0);
     EXPECT_EQ(Settings().opCount, 3);
-    EXPECT_EQ(Settings().lastLocalInterface, "");
+    EXPECT_EQ(Settings().lastOptions.m_strLocalInterface, "");
     FailNextAllocationOf(kFileMagic.size());  // the first of the image
     EXPECT_NE(SaveSettingsFile(Settings(), m_strPath.c_str()), 0);
     FailNextAllocationOf(0);

@@ -48,21 +48,23 @@ TEST_F(SettingsFile, EveryFieldComesBackInItsPlace) {
     EXPECT_EQ(s.windowFlags, 3u);
     EXPECT_THAT(s.columnOrder, ElementsAre(21, 22, 23, 24, 25, 26));
     EXPECT_THAT(s.columnWidths, ElementsAre(31, 32, 33, 34, 35, 36));
-    EXPECT_THAT((std::vector{s.lastLocalInterface, s.lastRemoteHost, s.lastResolverText, s.lastAllowFrom,
-                             s.lastBlockFrom, s.lastAllowTo, s.lastBlockTo, s.logDateFormat.Get(), s.logFilePath.Get(),
-                             s.logEntryFormat.Get(), s.profileFolder, s.logFolder, s.languageFilePath, s.reservedText}),
+    EXPECT_THAT((std::vector{s.lastOptions.m_strLocalInterface, s.lastOptions.m_strRemoteHost, s.lastResolverText,
+                             s.lastAllowFrom, s.lastBlockFrom, s.lastAllowTo, s.lastBlockTo, s.logDateFormat.Get(),
+                             s.logFilePath.Get(), s.logEntryFormat.Get(), s.profileFolder, s.logFolder,
+                             s.languageFilePath, s.reservedText}),
                 ElementsAre("lastif", "lasthost", "resolver", "afrom", "bfrom", "ato", "bto", "date", "logfile",
                             "entry", "profiles", "logs", "language.txt", "kept"));
-    EXPECT_THAT((std::vector<uint32_t>{s.reservedFlag, s.lastBounce, s.lastProtocolTcp, s.lastProtocolUdp,
-                                       s.lastLocalPort, s.lastRemotePort, s.showTrayIcon, s.trayOnlyWhenMinimized,
-                                       s.hideTaskbarWhenMinimized, s.showRateInBits, s.lastForwardIcmp}),
+    EXPECT_THAT((std::vector<uint32_t>{s.reservedFlag, s.lastOptions.m_bBounce, s.lastProtocolTcp, s.lastProtocolUdp,
+                                       s.lastOptions.m_wLocalPort, s.lastOptions.m_wRemotePort, s.showTrayIcon,
+                                       s.trayOnlyWhenMinimized, s.hideTaskbarWhenMinimized, s.showRateInBits,
+                                       s.lastOptions.m_bForwardIcmp}),
                 ElementsAre(9, 41, 42, 43, 0x4445, 0x4647, 51, 52, 53, 54, 55));
     EXPECT_THAT(
         (std::vector<uint32_t>{s.autoStartMode, s.legalAccepted, s.autoLogEnabled, s.logIntervalSeconds, s.helpMode,
                                s.noLogBlocked, s.startMinimizedSetting, s.minimizeOnClose, s.trayPromptDone}),
         ElementsAre(61, 62, 63, 64, 65, 66, 67, 68, 69));
-    EXPECT_EQ(s.lastMaxSessions, 48);
-    EXPECT_EQ(s.lastUdpTimeoutMs, 49);
+    EXPECT_EQ(s.lastOptions.m_nMaxSessions, 48);
+    EXPECT_EQ(s.lastOptions.m_nUdpTimeoutMs, 49);
     EXPECT_EQ(s.modulePath, "") << "is told only where the file is the one beside the program";
 }
 
@@ -75,15 +77,17 @@ TEST_F(SettingsFile, OperationsComeBackInTheirOrder) {
     EXPECT_EQ(Op(2).m_pNext, nullptr);
     const CPortForwardOp& op = Op(1);
     const IpRange range = {IpFromNumber(0x0A010203), IpFromNumber(0x0A010263)};
-    EXPECT_THAT(op.m_allowRanges, ElementsAre(range, range));
-    EXPECT_THAT(op.m_blockRanges, ElementsAre(range));
-    EXPECT_THAT(Op(0).m_allowRanges, IsEmpty());
-    EXPECT_THAT((std::vector<int64_t>{op.m_bBounce, op.m_nProtocol, op.m_wLocalPort, op.m_wRemotePort,
-                                      op.m_nMaxSessions, op.m_nUdpTimeoutMs, op.m_bForwardIcmp, op.m_bFiltersEnabled}),
-                ElementsAre(3, 17, 0x1234, 0xFEDC, -2, 70000, 5, 6));
-    EXPECT_EQ(op.m_dwLocalIp, IpFromNumber(0x7F010203));
-    EXPECT_EQ(op.m_strLocalInterface, "here");
-    EXPECT_EQ(op.m_strRemoteHost, "there.example");
+    EXPECT_THAT(op.m_settings.m_allowRanges, ElementsAre(range, range));
+    EXPECT_THAT(op.m_settings.m_blockRanges, ElementsAre(range));
+    EXPECT_THAT(Op(0).m_settings.m_allowRanges, IsEmpty());
+    EXPECT_THAT(
+        (std::vector<int64_t>{op.m_settings.m_bBounce, op.m_settings.m_nProtocol, op.m_settings.m_wLocalPort,
+                              op.m_settings.m_wRemotePort, op.m_settings.m_nMaxSessions, op.m_settings.m_nUdpTimeoutMs,
+                              op.m_settings.m_bForwardIcmp, op.m_settings.m_bFiltersEnabled}),
+        ElementsAre(3, 17, 0x1234, 0xFEDC, -2, 70000, 5, 6));
+    EXPECT_EQ(op.m_settings.m_dwLocalIp, IpFromNumber(0x7F010203));
+    EXPECT_EQ(op.m_settings.m_strLocalInterface, "here");
+    EXPECT_EQ(op.m_settings.m_strRemoteHost, "there.example");
 }
 
 TEST_F(SettingsFile, ALoadAndASaveKeepEveryByte) {
@@ -103,7 +107,7 @@ TEST_F(SettingsFile, ASecondLoadKeepsNothingOfTheFirst) {
     EXPECT_EQ(Settings().firstOp, nullptr);
     EXPECT_EQ(Settings().opCount + Settings().runningOpCount, 0);
     EXPECT_THAT(Settings().operations, IsEmpty());
-    EXPECT_EQ(Settings().lastMaxSessions, 100);
+    EXPECT_EQ(Settings().lastOptions.m_nMaxSessions, 100);
     EXPECT_EQ(Settings().languageCode, 7u) << "the language in force is no default";
 }
 
@@ -114,7 +118,7 @@ TEST_F(SettingsFile, TheChainIsWhatIsWritten) {
     const std::string strFile = Save();
     Load(strFile);
     EXPECT_EQ(Settings().opCount, 2);
-    EXPECT_EQ(Settings().lastMaxSessions, 48);
+    EXPECT_EQ(Settings().lastOptions.m_nMaxSessions, 48);
 }
 
 TEST_F(SettingsFile, WithoutAFileTheLanguageIsAskedAndNothingElse) {
@@ -140,6 +144,7 @@ TEST_F(SettingsFile, AForeignFileIsRefusedInTheLanguageChosen) {
         {"", SettingsFileStatus::NotOfProgram, "new64"},
         {strMagic.substr(0, 15), SettingsFileStatus::NotOfProgram, "new64"},
         {'\x7D' + Header().substr(1) + strBehind, SettingsFileStatus::WrongMagic, "new65"},
+        {strMagic.substr(0, 15) + '\x41' + Header().substr(16) + strBehind, SettingsFileStatus::WrongMagic, "new65"},
         {std::string(16, '\x7C'), SettingsFileStatus::WrongMagic, "new65"},
         {strMagic, SettingsFileStatus::WrongName, "new66"},
         {strMagic + U32(0) + strBehind, SettingsFileStatus::WrongName, "new66"},
@@ -156,7 +161,7 @@ TEST_F(SettingsFile, AForeignFileIsRefusedInTheLanguageChosen) {
             EXPECT_EQ(s_messages[0].strCaption, "");
             EXPECT_EQ(s_messages[0].icon, MessageIcon::Information);
             EXPECT_EQ(s_messages[0].buttons, MessageButtons::Ok);
-            EXPECT_EQ(Settings().lastMaxSessions, 100);
+            EXPECT_EQ(Settings().lastOptions.m_nMaxSessions, 100);
             EXPECT_EQ(Settings().opCount, 0);
             EXPECT_EQ(Settings().logDateFormat.Get(), "old30");
         }

@@ -34,7 +34,7 @@ void WriteBytes(const std::string& strPath, const std::string& strBytes) {
 }  // namespace
 
 // Stands in for the language's own: the linker takes this one, and leaves that object in its library.
-void ChooseLanguage(AppSettings* pSettings) {
+void ChooseLanguage(LanguageSettings* pSettings, const std::string& /*strBrowser*/) {
     ++g_nLanguageChoices;
     pSettings->slotTable.Replace(Texts("new"));
     pSettings->languageFilePath = "chosen.txt";

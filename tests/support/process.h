@@ -13,8 +13,6 @@ void PrepareTestProcess();
 int32_t CountHandles();
 /// How many of them the run-time library may take for itself at the first use of threads and locks, and keep.
 int32_t HandlesOfTheLibrary();
-/// Handles of any process; Windows only.
-int32_t CountHandlesOf(uint32_t dwProcess);
 /// Threads of this process.
 int32_t CountThreads();
 /// Whether the heap is sound, where the system can tell.

@@ -10,19 +10,16 @@
 
 namespace {
 
-// By the list of all processes: for GetProcessHandleCount Wine gives 0, whatever the process holds. All 0 for a process
-// that has gone.
-SYSTEM_PROCESS_INFORMATION InformationOf(uint32_t dwProcess) {
-    std::vector<char> buffer(1 << 16);
-    const auto Size = [&] { return static_cast<ULONG>(buffer.size()); };
-    while (NtQuerySystemInformation(SystemProcessInformation, buffer.data(), Size(), nullptr) < 0) {
-        buffer.resize(buffer.size() * 2);
-    }
-    for (const char* pEntry = buffer.data();;) {
-        const auto* const pInformation = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(pEntry);
-        if (HandleToULong(pInformation->UniqueProcessId) == dwProcess) return *pInformation;
-        if (pInformation->NextEntryOffset == 0) return {};
-        pEntry += pInformation->NextEntryOffset;
+// By the list of all processes: for GetProcessHandleCount Wine gives 0, whatever the process holds.
+SYSTEM_PROCESS_INFORMATION ThisProcess() {
+    std::vector<char> list(1 << 16);
+    const auto Size = [&] { return static_cast<ULONG>(list.size()); };
+    while (NtQuerySystemInformation(SystemProcessInformation, list.data(), Size(), nullptr) < 0)
+        list.resize(2 * Size());
+    for (const char* pEntry = list.data();;) {
+        const auto* const pProcess = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(pEntry);
+        if (HandleToULong(pProcess->UniqueProcessId) == GetCurrentProcessId()) return *pProcess;
+        pEntry += pProcess->NextEntryOffset;
     }
 }
 
@@ -46,11 +43,7 @@ void EndTestProcess(int32_t nCode) {
 }
 
 int32_t CountHandles() {
-    return CountHandlesOf(GetCurrentProcessId());
-}
-
-int32_t CountHandlesOf(uint32_t dwProcess) {
-    return static_cast<int32_t>(InformationOf(dwProcess).HandleCount);
+    return static_cast<int32_t>(ThisProcess().HandleCount);
 }
 
 int32_t HandlesOfTheLibrary() {
@@ -58,7 +51,7 @@ int32_t HandlesOfTheLibrary() {
 }
 
 int32_t CountThreads() {
-    return static_cast<int32_t>(InformationOf(GetCurrentProcessId()).NumberOfThreads);
+    return static_cast<int32_t>(ThisProcess().NumberOfThreads);
 }
 
 bool IsHeapSound() {

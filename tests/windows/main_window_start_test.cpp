@@ -1,14 +1,10 @@
-// How the main window comes up from a record, and what it leaves when it goes.
-#include <gmock/gmock.h>
-
-#include <array>
-
-#include "platform/threads/threads_testing.h"
-#include "resources/private_messages.h"
-#include "resources/resource.h"
-#include "shell/main_window/main_dlg_slots.h"
+// How the main window comes up from a record, stands, goes to the tray, and what it leaves when it goes.
+#include "platform/mfc/win_app.h"
+#include "shell/app/app_main.h"
 #include "shell/main_window/window_place.h"
 #include "tests/windows/main_window_fixture.h"
+
+#include <shellapi.h>
 
 using testing::ElementsAre;
 
@@ -17,196 +13,215 @@ namespace {
 using MainWindowStartTest = MainWindowTest;
 
 TEST_F(MainWindowStartTest, ShowsTheOperationsUpsideDownAndSavesThemInTheirOrder) {
-    Add(kProtocolTcp, 80, "example.test");
-    Add(kProtocolUdp, 53, " \t");
-    Add(kProtocolTcp, 443, "hidden.test")->m_bBounce = 1;
+    Add(80, "example.test");
+    Add(53, " \t", kProtocolUdp);
+    Add(443, "hidden.test")->m_settings.m_bBounce = 1;
     m_settings.columnOrder = {5, 4, 3, 2, 1, 0};
-    Run([&](const CWnd& window) {
-        EXPECT_THAT(Row(window, 2), ElementsAre("Stopped", "TCP", "127.0.0.1", "80", "example.test", "9"));
-        EXPECT_THAT(Row(window, 1), ElementsAre("Stopped", "UDP", "127.0.0.1", "53", "~\\_Client_/~", "9"));
-        EXPECT_THAT(Row(window, 0), ElementsAre("Stopped", "TCP", "127.0.0.1", "443", "~\\_Client_/~", "9"));
-        EXPECT_EQ(Buttons(window), "----");
-        EXPECT_EQ(window.GetDlgItemText(IDC_MAIN_LIST_LABEL), Text(kSlotListLabel));
-        Await([&] { return window.GetDlgItemText(IDC_MAIN_CLIENT_RATE) == "0 bps"; }, "the rate lines");
-        EXPECT_EQ(window.GetDlgItemText(IDC_MAIN_CLIENT_BYTES), "0 Bytes");
-
-        List(window).SetColumnWidth(4, 222);
-        window.SendMessage(WM_SAVE_SETTINGS);
-        const auto pFile = ReadFile();
-        ASSERT_EQ(pFile->opCount, 3);
-        EXPECT_EQ(pFile->firstOp->m_wLocalPort, 80);
-        EXPECT_EQ(pFile->firstOp->m_pNext->m_wLocalPort, 53);
-        EXPECT_EQ(pFile->firstOp->m_pNext->m_pNext->m_wLocalPort, 443);
-        EXPECT_THAT(pFile->columnOrder, ElementsAre(5, 4, 3, 2, 1, 0));
-        EXPECT_THAT(pFile->columnWidths, ElementsAre(77, 60, 105, 93, 222, 93));
+    Run([&] {
+        EXPECT_EQ(Row(0), "Stopped|TCP|127.0.0.1|443|~\\_Client_/~|9");
+        EXPECT_EQ(Row(1), "Stopped|UDP|127.0.0.1|53|~\\_Client_/~|9");
+        EXPECT_EQ(Row(2), "Stopped|TCP|127.0.0.1|80|example.test|9");
+        EXPECT_EQ(Buttons(), "----");
+        AwaitText(IDC_MAIN_LIST_LABEL, Text(kSlotListLabel));
+        AwaitText(IDC_MAIN_CLIENT_RATE, "0 bps");
+        AwaitText(IDC_MAIN_CLIENT_BYTES, "0 Bytes");
+        EXPECT_EQ(MenuText(::GetMenu(m_hMainWnd)),
+                  "File[Exit]|Settings[(Miscellaneous)|(Automatic-logging)]|PFO[Start|Stop|-|Start All|Stop All]|"
+                  "Language[Change]|Help[(Help)|(About)]");
+        List().SetColumnWidth(4, 222);
+        Send(WM_SAVE_SETTINGS);
+        const CPortForwardOp* pSaved = File().firstOp;
+        for (const auto& pOperation : m_settings.operations) {
+            EXPECT_EQ(pSaved->m_settings, pOperation->m_settings);
+            pSaved = pSaved->m_pNext;
+        }
+        EXPECT_THAT(File().columnOrder, ElementsAre(5, 4, 3, 2, 1, 0));
+        EXPECT_THAT(File().columnWidths, ElementsAre(77, 60, 105, 93, 222, 93));
     });
 }
 
-TEST_F(MainWindowStartTest, WildSavedValuesComeUpUsable) {
-    Add(-5, 1, "strange");
+TEST_F(MainWindowStartTest, ComesUpUsableFromWildValuesAndWithoutAThreadForTheLogWriter) {
+    Add(1, "strange", -5);
     m_settings.windowRect = {INT32_MIN, 90000, INT32_MAX, 90001};
     m_settings.columnOrder = {7, -1, 5, 5, 5, INT32_MAX};
     m_settings.columnWidths = {0, -1, INT32_MIN, INT32_MAX, 150, 93};
     m_settings.logIntervalSeconds = 0;
-    m_settings.autoLogEnabled = 1;
-    m_settings.runningOpCount = -3;
-    m_settings.autoStartMode = 99;
-    Run([&](const CWnd& window) {
-        const RECT rect = window.GetWindowRect();
-        EXPECT_GE(rect.right - rect.left, kMinWindowWidth);
-        EXPECT_TRUE(::MonitorFromRect(&rect, MONITOR_DEFAULTTONULL));
-        std::array<int32_t, kColumnCount> order = {};
-        EXPECT_TRUE(List(window).GetColumnOrderArray(order));
-        EXPECT_THAT(order, testing::UnorderedElementsAre(0, 1, 2, 3, 4, 5));
-        for (int i = 0; i < 6; ++i) EXPECT_GT(List(window).GetColumnWidth(i), 20) << i;
-        Select(window, 0);
-        Command(window, ID_PFO_START);
-        EXPECT_THAT(Row(window, 0), ElementsAre("Error starting", "", "127.0.0.1", "1", "strange", "9"));
+    m_settings.autoLogEnabled = m_settings.startMinimizedSetting = 1;
+    FailThreadStartsAfter(0);
+    Open([&] {
+        AwaitText(IDC_MAIN_PROGRAM_THREADS, "2");
+        Await([&] { return Window().IsIconic(); }, "the start minimised");
+        Command(ID_PFO_START, 0);
+        EXPECT_EQ(Row(0), "Error starting||127.0.0.1|1|strange|9");
     });
-    const auto pFile = ReadFile();
-    EXPECT_LT(pFile->windowRect.bottom, 20000);
-    EXPECT_EQ(pFile->opCount, 1);
+    FailThreadStartsAfter(-1);
+    const WindowRect& saved = File().windowRect;
+    const RECT rect = {saved.left, saved.top, saved.right, saved.bottom};
+    EXPECT_TRUE(::MonitorFromRect(&rect, MONITOR_DEFAULTTONULL));
+    EXPECT_THAT(File().columnOrder, testing::UnorderedElementsAre(0, 1, 2, 3, 4, 5));
+    EXPECT_THAT(File().columnWidths, testing::Each(testing::Gt(20)));
 }
 
-class AutoStartTest : public MainWindowTest {
-  protected:
-    /// What the row of a previously running operation says.
-    std::string StatusWith(uint32_t dwMode) {
+TEST_F(MainWindowStartTest, WhatRanIsStartedByTheModeOrTheAnswer) {
+    CPortForwardOp* const pRunning = Add();
+    CPortForwardOp* const pStopped = Add();
+    const std::tuple<uint32_t, int, std::string> cases[] = {
+        {kAutoStartAlways, 0, "Started"}, {kAutoStartNever, 0, "Stopped"}, {7, IDYES, "Started"}, {7, IDNO, "Stopped"}};
+    for (const auto& [dwMode, nAnswer, strStatus] : cases) {
         m_settings.autoStartMode = dwMode;
-        CPortForwardOp* const pRunning = Add(kProtocolTcp, 0, "127.0.0.1", true);
-        CPortForwardOp* const pStopped = Add(kProtocolTcp, 0, "127.0.0.1");
-        std::string strStatus;
-        Run([&](const CWnd& window) {
-            strStatus = Status(window, pRunning);
-            EXPECT_EQ(Status(window, pStopped), "Stopped");
+        m_settings.runningOpCount = pRunning->m_bRunning = 1;
+        if (nAnswer) AnswerBox(kSlotStartPrevious, kSlotStartPreviousTitle, nAnswer);
+        Run([&, strExpected = strStatus] {
+            EXPECT_EQ(Status(pRunning), strExpected) << m_settings.autoStartMode;
+            EXPECT_EQ(Status(pStopped), "Stopped");
+            EXPECT_EQ(Buttons(), pRunning->m_bRunning ? "ED-T" : "----");
             EXPECT_FALSE(IsFileThere()) << "a start of the program's own does not save";
-            EXPECT_EQ(Buttons(window), strStatus == "Started" ? "ED-T" : "----");
         });
-        return strStatus;
+        EXPECT_EQ(File().runningOpCount, 0) << "the answer No is kept";
+        RemoveFile();
     }
-};
-
-TEST_F(AutoStartTest, StartsWhatRan) {
-    EXPECT_EQ(StatusWith(kAutoStartAlways), "Started");
 }
 
-TEST_F(AutoStartTest, NeverStarts) {
-    EXPECT_EQ(StatusWith(kAutoStartNever), "Stopped");
-}
-
-TEST_F(AutoStartTest, AsksAndStartsOnYes) {
-    m_script.Answer(Text(kSlotStartPreviousTitle), Text(kSlotStartPrevious), IDYES);
-    EXPECT_EQ(StatusWith(kAutoStartAsk), "Started");
-}
-
-TEST_F(AutoStartTest, AnswerNoIsKeptInTheFile) {
-    m_script.Answer(Text(kSlotStartPreviousTitle), Text(kSlotStartPrevious), IDNO);
-    EXPECT_EQ(StatusWith(7), "Stopped");
-    EXPECT_EQ(ReadFile()->runningOpCount, 0);
-}
-
-TEST_F(AutoStartTest, CloseDuringTheQuestionKeepsTheOperationsInTheFile) {
-    Add(kProtocolTcp, 0, "127.0.0.1", true);
+TEST_F(MainWindowStartTest, CloseDuringTheQuestionKeepsTheOperationsInTheFile) {
+    m_settings.runningOpCount = Add()->m_bRunning = 1;
     m_script.In(Text(kSlotStartPreviousTitle), [&](const CWnd& box) {
-        ::SendMessageA(m_hMainWnd, WM_CLOSE, 0, 0);
-        const auto pFile = ReadFile();
-        EXPECT_EQ(pFile->opCount, 1);
-        EXPECT_EQ(pFile->runningOpCount, 1);
+        Send(WM_CLOSE);
+        EXPECT_EQ(File().opCount, 1);
+        EXPECT_EQ(File().runningOpCount, 1);
         Press(box, IDNO);
     });
-    CMainDlg dialog(&m_settings, &m_hMainWnd, &m_bServiceStop, false);
-    dialog.DoModal();
-    m_settings.logWriterStop = 1;  // it was started behind the question
-    Await([&] { return m_settings.logWriterStop == 0; }, "the log writer");
+    EXPECT_EQ(CMainDlg(&m_settings, &m_hMainWnd, &m_bServiceStop, false).DoModal(), IDCANCEL);
 }
 
-TEST_F(MainWindowStartTest, ComesUpWithoutAThreadForTheLogWriter) {
-    FailThreadStartsAfter(0);
-    CMainDlg dialog(&m_settings, &m_hMainWnd, &m_bServiceStop, false);
+TEST_F(MainWindowStartTest, TheSavedLanguageIsInForceFromTheStart) {
+    class CApp : public CWinApp {
+      public:
+        CApp() : CWinApp(kProgramName) {}
+        bool InitInstance() override { return false; }
+    };
+    const CApp app;
+    const std::string strEnglish = Text(kSlotListLabel);
+    m_settings.languageCode = 1;
+    ASSERT_EQ(SaveSettingsFile(m_settings, nullptr), 0);
+    ApplyLanguage(&m_settings);
+    ASSERT_NE(Text(kSlotListLabel), strEnglish);
+    g_bServiceStop = 1;
     m_script.In(kProgramName, [&](const CWnd& window) {
-        Await([&] { return window.GetDlgItemText(IDC_MAIN_PROGRAM_THREADS) == "2"; }, "the count of threads");
-        FailThreadStartsAfter(-1);
+        EXPECT_EQ(window.GetDlgItemText(IDC_MAIN_LIST_LABEL), Text(kSlotListLabel));
         window.SendMessage(WM_CLOSE);
     });
-    const ULONGLONG nStart = ::GetTickCount64();
-    EXPECT_EQ(dialog.DoModal(), IDCANCEL);
-    EXPECT_LT(::GetTickCount64() - nStart, 30000u);
-    FailThreadStartsAfter(-1);
+    AppMain(1);
+    EXPECT_EQ(File().languageCode, 1u);
 }
 
-TEST_F(MainWindowStartTest, CloseWhileMaximisedSavesTheNormalRectangle) {
+TEST_F(MainWindowStartTest, ListFollowsTheWindowWhichHasASmallestSize) {
     m_settings.windowRect = {40, 30, 740, 480};
     m_settings.windowFlags = 1;
-    Run([](const CWnd& window) { EXPECT_TRUE(window.IsZoomed()); });
-    EXPECT_EQ(m_settings.windowRect, (WindowRect{40, 30, 740, 480}));
-    EXPECT_EQ(ReadFile()->windowFlags, 1u);
+    Run([&] {
+        EXPECT_TRUE(Window().IsZoomed());
+        Send(WM_SYSCOMMAND, SC_RESTORE);
+        EXPECT_EQ(Window().GetWindowRect().bottom, 480);
+        for (const int nSize : {640, 900, 100}) {
+            Window().MoveWindow(5, 5, nSize, nSize * 2 / 3);
+            const RECT client = Window().GetClientRect();
+            const RECT list = Window().ScreenToClient(List().GetWindowRect());
+            EXPECT_TRUE(list.right == client.right && list.bottom == client.bottom) << nSize;
+        }
+        Send(WM_SYSCOMMAND, SC_MAXIMIZE);
+    });
+    EXPECT_EQ(File().windowFlags, 1u);
+    EXPECT_EQ(File().windowRect, (WindowRect{5, 5, 5 + kMinWindowWidth, 5 + kMinWindowHeight})) << "the normal place";
 }
 
-TEST_F(MainWindowStartTest, CloseBoxMinimisesWhenItIsSetTo) {
+TEST_F(MainWindowStartTest, CloseBoxMinimisesWhenItIsSetToAndKeysThatMeanCancelDoNothing) {
     m_settings.minimizeOnClose = 1;
+    m_bStartMinimized = true;
     m_bServiceStop = 0;
-    Run([&](const CWnd& window) {
-        window.SendMessage(WM_CLOSE);
-        EXPECT_TRUE(window.IsIconic());
+    CPortForwardOp* const pOperation = Add();
+    Run([&] {
+        Await([&] { return Window().IsIconic(); }, "the start minimised");
+        Send(WM_SYSCOMMAND, SC_RESTORE);
+        Select(0);
+        AwaitText(IDC_MAIN_CLIENT_RATE, "0 bps");
+        pOperation->m_dBytesFromClient = 1e9;
+        Await([&] { return Window().GetDlgItemText(IDC_MAIN_CLIENT_RATE) != "0 bps"; }, "half a second of timers");
+        EXPECT_FALSE(Window().IsIconic()) << "it was minimised once";
+        for (const WPARAM nKey : {VK_ESCAPE, VK_CANCEL}) List().PostMessage(WM_KEYDOWN, nKey, 1);
+        for (const WPARAM nId : {IDOK, IDCANCEL}) Window().PostMessage(WM_COMMAND, nId);
+        Window().PostMessage(WM_CLOSE);
+        Await([&] { return Window().IsIconic(); }, "the close");
         EXPECT_FALSE(IsFileThere());
     });
     EXPECT_TRUE(IsFileThere()) << "the stop of the service is final";
 }
 
-TEST_F(MainWindowStartTest, FirstMinimiseAsksAndTheAnswerYesHidesAtOnce) {
+// What became of the icon in the task bar: "+" put up, "-" taken away.
+std::string g_strIcon;
+
+/// A window in place of the system's task bar. It stays until the thread ends.
+void PutUpTaskBar() {
+    WNDCLASSA record = {};
+    record.lpszClassName = "Shell_TrayWnd";
+    record.lpfnWndProc = [](HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        if (nMessage != WM_COPYDATA) return ::DefWindowProcA(hWnd, nMessage, wParam, lParam);
+        const bool bAway = reinterpret_cast<const COPYDATASTRUCT*>(lParam)->dwData == NIM_DELETE;
+        if (g_strIcon.ends_with('+') == bAway) g_strIcon += bAway ? '-' : '+';
+        return TRUE;
+    };
+    if (!::RegisterClassA(&record)) return;
+    ::CreateWindowA(record.lpszClassName, "", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+}
+
+TEST_F(MainWindowStartTest, TrayFollowsItsSettings) {
+    PutUpTaskBar();
+    // showTrayIcon, trayOnlyWhenMinimized, hideTaskbarWhenMinimized; the icon at first, minimised, shown again, closed.
+    const std::tuple<uint8_t, uint8_t, uint8_t, const char*, const char*, const char*, const char*> cases[] = {
+        {0, 1, 1, "", "", "", ""},
+        {1, 1, 0, "", "+", "+-", "+-"},
+        {1, 1, 1, "", "+", "+-", "+-"},
+        {1, 0, 0, "+", "+", "+", "+-"},
+        {1, 0, 1, "+", "+", "+", "+-"}};
+    for (const auto& each : cases) {
+        const auto& [bShow, bOnly, bHide, pszFirst, pszMinimised, pszShown, pszClosed] = each;
+        SCOPED_TRACE(testing::PrintToString(each));
+        g_strIcon.clear();
+        m_settings.showTrayIcon = bShow;
+        m_settings.trayOnlyWhenMinimized = bOnly;
+        m_settings.hideTaskbarWhenMinimized = bHide;
+        Run([&] {
+            EXPECT_EQ(g_strIcon, std::get<3>(each));
+            Send(WM_SYSCOMMAND, SC_MAXIMIZE);
+            Send(WM_SYSCOMMAND, SC_MINIMIZE);
+            EXPECT_EQ(g_strIcon, std::get<4>(each));
+            EXPECT_EQ(Window().IsWindowVisible(), !(std::get<0>(each) && std::get<2>(each)));
+            Send(WM_TRAY_NOTIFY, 0, WM_LBUTTONUP);
+            EXPECT_TRUE(Window().IsZoomed()) << "it comes back as it was";
+            Command(ID_TRAY_RESTORE);
+            EXPECT_TRUE(Window().IsWindowVisible() && !Window().IsIconic());
+            EXPECT_EQ(g_strIcon, std::get<5>(each));
+        });
+        EXPECT_EQ(g_strIcon, pszClosed);
+    }
+}
+
+TEST_F(MainWindowStartTest, FirstMinimiseAsksOnceAndTheTrayHasAMenu) {
     m_settings.trayPromptDone = 0;
-    Run([&](const CWnd& window) {
-        m_script.Answer(Text(kSlotHideInTrayTitle), Text(kSlotHideInTray), IDYES);
-        window.SendMessage(WM_SYSCOMMAND, SC_MINIMIZE);
-        EXPECT_FALSE(window.IsWindowVisible());
-        EXPECT_TRUE(m_settings.showTrayIcon && m_settings.hideTaskbarWhenMinimized &&
-                    m_settings.trayOnlyWhenMinimized && m_settings.trayPromptDone);
-        window.SendMessage(WM_TRAY_NOTIFY, 0, WM_LBUTTONUP);
-        EXPECT_TRUE(window.IsWindowVisible());
-        EXPECT_FALSE(window.IsIconic());
-        window.SendMessage(WM_SYSCOMMAND, SC_MINIMIZE);
-        EXPECT_FALSE(window.IsWindowVisible()) << "and is not asked again";
-        Command(window, ID_TRAY_RESTORE);
-        EXPECT_TRUE(window.IsWindowVisible());
+    Run([&] {
+        AnswerBox(kSlotHideInTray, kSlotHideInTrayTitle, IDYES);
+        Send(WM_SYSCOMMAND, SC_MINIMIZE);
+        EXPECT_FALSE(Window().IsWindowVisible()) << "the answer counts at once";
+        ExpectMenu("(About)|-|Restore|Minimize|-|Exit");
+        Send(WM_TRAY_NOTIFY, 0, WM_RBUTTONDOWN);
+        Send(WM_TRAY_NOTIFY, 0, WM_LBUTTONUP);
+        EXPECT_TRUE(Window().IsWindowVisible());
+        Send(WM_SYSCOMMAND, SC_MAXIMIZE);
+        Send(WM_TRAY_NOTIFY, 0, WM_LBUTTONUP);
+        EXPECT_TRUE(Window().IsZoomed()) << "a window that is shown stays as it is";
+        Command(ID_TRAY_MINIMIZE);
+        EXPECT_FALSE(Window().IsWindowVisible()) << "and is not asked again";
     });
-}
-
-TEST_F(MainWindowStartTest, StartsMinimisedWhenItIsToldTo) {
-    m_bStartMinimized = true;
-    Run([&](const CWnd& window) {
-        Await([&] { return window.IsIconic(); }, "the minimised window");
-        window.SendMessage(WM_SYSCOMMAND, SC_RESTORE);
-        EXPECT_FALSE(window.IsIconic());
-        EXPECT_EQ(m_settings.showTrayIcon, 0);
-    });
-}
-
-TEST_F(MainWindowStartTest, ListFollowsTheWindowAndIsNowhereCutOff) {
-    Run([](const CWnd& window) {
-        for (const auto& [nWidth, nHeight] : {std::pair{640, 400}, {900, 600}, {100, 100}}) {
-            window.MoveWindow(5, 5, nWidth, nHeight);
-            const RECT client = window.GetClientRect();
-            const RECT list = window.ScreenToClient(List(window).GetWindowRect());
-            EXPECT_EQ(list.right, client.right) << nWidth;
-            EXPECT_EQ(list.bottom, client.bottom) << nHeight;
-        }
-        const RECT rect = window.GetWindowRect();
-        EXPECT_EQ(rect.right - rect.left, kMinWindowWidth);
-        EXPECT_EQ(rect.bottom - rect.top, kMinWindowHeight);
-    });
-}
-
-TEST_F(MainWindowStartTest, KeysThatMeanCancelDoNotCloseIt) {
-    m_bServiceStop = 0;
-    Run([](const CWnd& window) {
-        for (const WPARAM nKey : {VK_ESCAPE, VK_CANCEL}) List(window).PostMessage(WM_KEYDOWN, nKey, 1);
-        window.PostMessage(WM_COMMAND, IDCANCEL);
-        window.PostMessage(WM_COMMAND, IDOK);
-        bool bSeen = false;
-        window.PostMessage(WM_NULL);
-        Await([&] { return std::exchange(bSeen, true); }, "the keys to be served");
-        EXPECT_TRUE(window.IsWindowVisible());
-    });
+    EXPECT_EQ(File().trayPromptDone, 1);
+    EXPECT_TRUE(File().showTrayIcon && File().hideTaskbarWhenMinimized && File().trayOnlyWhenMinimized);
 }
 
 }  // namespace

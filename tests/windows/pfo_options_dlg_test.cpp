@@ -3,256 +3,166 @@
 
 #include <gmock/gmock.h>
 
-#include <string>
-
 #include "language/language_store.h"
+#include "language/slots.h"
 #include "platform/net/socket.h"
-#include "resources/private_messages.h"
 #include "resources/resource.h"
 #include "shell/app_settings.h"
-#include "tests/windows/script_dialog.h"
 #include "tests/windows/window_script.h"
 
 namespace {
 
 constexpr char kTitle[] = "Port forwarding options";
-constexpr char kInvalid[] = "Invalid input value";
-constexpr char kSystemError[] = "Error";  // the caption of a message box that was given none
 
 class PfoOptionsDlgTest : public testing::Test {
   protected:
     PfoOptionsDlgTest() {
         ApplyLanguage(&m_settings);
-        m_operation.m_wLocalPort = 5353;
-        m_operation.m_wRemotePort = 40000;
-        m_operation.m_strLocalInterface = "localhost";
-        m_operation.m_strRemoteHost = "10.1.2.3";
-        m_operation.m_nProtocol = kProtocolUdp;
-        m_operation.m_nMaxSessions = 12;
-        m_operation.m_nUdpTimeoutMs = 5000;
-        m_operation.m_bForwardIcmp = 1;
-        m_operation.m_bFiltersEnabled = 1;
-        m_operation.m_allowRanges = {{1, 2}, {3, 4}};
-        m_operation.m_blockRanges = {{5, 6}};
+        OpSettings& live = m_operation.m_settings;
+        live.m_nProtocol = kProtocolUdp;
+        live.m_strLocalInterface = "localhost";
+        live.m_dwLocalIp = IpFromNumber(0x7F000001);
+        live.m_wLocalPort = 5353;
+        live.m_strRemoteHost = "10.1.2.3";
+        live.m_wRemotePort = 40000;
+        live.m_nMaxSessions = 12;
+        live.m_bForwardIcmp = live.m_bFiltersEnabled = 1;
+        live.m_allowRanges = {{1, 2}, {3, 4}};
+        live.m_blockRanges = {{5, 6}};
     }
 
-    INT_PTR RunNew() { return CPfoOptionsDlg(&m_settings, true, &m_new, nullptr).DoModal(); }
-    INT_PTR RunEdit() { return CPfoOptionsDlg(&m_settings, false, &m_operation, &m_edited).DoModal(); }
-    std::string Text(uint32_t nSlot) const { return m_settings.slotTable.Text(nSlot); }
-
-    /// Fills a new operation's dialog with what does.
-    static void FillWell(const CWnd& dialog) {
-        dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, "8080");
-        dialog.SetDlgItemText(IDC_PFO_REMOTE_PORT, "80");
-        dialog.SetDlgItemText(IDC_PFO_REMOTE_HOST, "127.0.0.1");
+    INT_PTR RunNew() { return CPfoOptionsDlg(&m_settings, nullptr, &m_result).DoModal(); }
+    INT_PTR RunEdit() { return CPfoOptionsDlg(&m_settings, &m_operation, &m_result).DoModal(); }
+    CWindowScript& InDialog(const CWindowScript::Action& fnAction) { return m_script.In(kTitle, fnAction); }
+    static HWND EditOf(const CWnd& dialog, int nId) {
+        const HWND hField = dialog.GetDlgItem(nId).GetSafeHwnd();
+        return nId == IDC_PFO_LOCAL_INTERFACE ? ::FindWindowExA(hField, nullptr, "Edit", nullptr) : hField;
     }
-
-    static HWND EditField(const CWnd& dialog, int nId) {
-        const CWnd field(::GetDlgItem(dialog.GetSafeHwnd(), nId));
-        return nId == IDC_PFO_LOCAL_INTERFACE ? EditOf(field) : field.GetSafeHwnd();
-    }
-
-    /// The field has the focus and all of its text is selected.
-    static void ExpectSelected(const CWnd& dialog, int nId) {
-        const CWnd edit(EditField(dialog, nId));
-        EXPECT_EQ(::GetFocus(), edit.GetSafeHwnd()) << nId;
-        DWORD dwFrom = 99;
-        DWORD dwTo = 99;
-        edit.SendMessage(EM_GETSEL, reinterpret_cast<WPARAM>(&dwFrom), reinterpret_cast<LPARAM>(&dwTo));
-        EXPECT_EQ(dwFrom, 0u) << nId;
-        EXPECT_EQ(dwTo, edit.GetWindowText().size()) << nId;
-    }
-
-    /// Presses Enter in the field, expects the message and the field's selection; mends the field.
-    void Refusal(CWindowScript* pScript, const std::string& strCaption, const std::string& strText, int nField,
-                 const std::string& strMended) {
-        pScript->In(kTitle, [nField](const CWnd& dialog) {
-            const CWnd edit(EditField(dialog, nField));
-            edit.SetFocus();
-            edit.SendMessage(EM_SETSEL, 0, 0);
-            edit.PostMessage(WM_KEYDOWN, VK_RETURN, 0x001C0001);
-        });
-        pScript->Answer(strCaption, strText, IDOK);
-        pScript->In(kTitle, [nField, strMended](const CWnd& dialog) {
-            ExpectSelected(dialog, nField);
-            dialog.SetDlgItemText(nField, strMended);
-        });
+    void ExpectNothingStored() const {
+        EXPECT_EQ(m_result, OpSettings());
+        EXPECT_EQ(m_settings.lastOptions, OpSettings());
     }
 
     AppSettings m_settings;
-    CPortForwardOp m_new;
     CPortForwardOp m_operation;
-    CPortForwardOp m_edited;
+    OpSettings m_result;
+    CWindowScript m_script;
 };
 
 TEST_F(PfoOptionsDlgTest, RefusesOneFieldAfterTheOther) {
-    CWindowScript script;
-    script.In(kTitle, [](const CWnd& dialog) {
+    constexpr char kInvalid[] = "Invalid input value";
+    constexpr char kNoCaption[] = "Error";  // the system's own
+    // Field, what is wrong there, what is not, and the message.
+    const std::tuple<int, std::string, const char*, const char*, const char*> refusals[] = {
+        {IDC_PFO_MAX_SESSIONS, "0", "1", kInvalid, "Maximum simultaneous sessions must not be zero."},
+        {IDC_PFO_UDP_TIMEOUT, "999", "1000", kInvalid, "Minimum valid UDP session inactivity timeout is 1000."},
+        {IDC_PFO_LOCAL_PORT, "65536", "65535", kInvalid, "The local port must be between 1 and 65535."},
+        {IDC_PFO_REMOTE_PORT, "", "1", kInvalid, "The remote port must be between 1 and 65535."},
+        {IDC_PFO_LOCAL_INTERFACE, "?", "", kNoCaption, "Unable to resolve host name:\r\n?\r\n"},
+        {IDC_PFO_REMOTE_HOST, " ", "localhost", kNoCaption, "Can not resolve NULL host name."}};
+    InDialog([&](const CWnd& dialog) {
         Press(dialog, IDC_PFO_UDP);
-        dialog.SetDlgItemText(IDC_PFO_MAX_SESSIONS, "0");
-        dialog.SetDlgItemText(IDC_PFO_UDP_TIMEOUT, "999");
-        dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, "65536");
-        dialog.SetDlgItemText(IDC_PFO_REMOTE_PORT, "");
-        dialog.SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, "can't see birds");
-        dialog.SetDlgItemText(IDC_PFO_REMOTE_HOST, " ");
-    });
-    Refusal(&script, kInvalid, "Maximum simultaneous sessions must not be zero.", IDC_PFO_MAX_SESSIONS, "1");
-    Refusal(&script, kInvalid, "Minimum valid UDP session inactivity timeout is 1000.", IDC_PFO_UDP_TIMEOUT, "1000");
-    Refusal(&script, kInvalid, "The local port must be between 1 and 65535.", IDC_PFO_LOCAL_PORT, "65535");
-    Refusal(&script, kInvalid, "The remote port must be between 1 and 65535.", IDC_PFO_REMOTE_PORT, "1");
-    Refusal(&script, kSystemError, "Unable to resolve host name:\r\ncan't see birds\r\n", IDC_PFO_LOCAL_INTERFACE, "");
-    Refusal(&script, kSystemError, "Can not resolve NULL host name.", IDC_PFO_REMOTE_HOST, "localhost");
-    script.In(kTitle, [this](const CWnd& dialog) {
-        EXPECT_EQ(m_new.m_wLocalPort, 0);
-        EXPECT_EQ(m_settings.lastLocalPort, 0);
+        for (const auto& each : refusals) dialog.SetDlgItemText(std::get<0>(each), std::get<1>(each));
         Press(dialog, IDOK);
     });
+    for (const auto& [nField, strBad, pszMended, pszCaption, pszText] : refusals) {
+        m_script.Answer(pszCaption, pszText, IDOK);
+        InDialog([&, nId = nField, nLength = strBad.size(), pszMended = pszMended](const CWnd& dialog) {
+            ExpectNothingStored();
+            const CWnd edit(EditOf(dialog, nId));
+            EXPECT_EQ(::GetFocus(), edit.GetSafeHwnd()) << nId;
+            EXPECT_EQ(edit.SendMessage(EM_GETSEL), MAKELONG(0, nLength)) << nId << ": all of it is selected";
+            dialog.SetDlgItemText(nId, pszMended);
+            edit.PostMessage(WM_KEYDOWN, VK_RETURN, 0x001C0001);
+        });
+    }
     EXPECT_EQ(RunNew(), IDOK);
-    EXPECT_EQ(m_new.m_wLocalPort, 65535);
-    EXPECT_EQ(m_new.m_nProtocol, kProtocolUdp);
-    EXPECT_EQ(m_new.m_strRemoteHost, "localhost");
+    OpSettings expected;
+    expected.m_nProtocol = kProtocolUdp;
+    expected.m_wLocalPort = 65535;
+    expected.m_strRemoteHost = "localhost";
+    expected.m_wRemotePort = 1;
+    expected.m_nMaxSessions = 1;
+    expected.m_nUdpTimeoutMs = 1000;
+    EXPECT_EQ(m_result, expected);
 }
 
 TEST_F(PfoOptionsDlgTest, NewOperationStartsFromTheLastValuesWithoutFilters) {
-    CWindowScript script;
-    script.In(kTitle, [](const CWnd& dialog) {
-        EXPECT_TRUE(dialog.IsDlgButtonChecked(IDC_PFO_TCP));
+    InDialog([](const CWnd& dialog) {
         EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_MAX_SESSIONS), "100");
-        EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_LOCAL_PORT), "0");
-        FillWell(dialog);
-        dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, "65535");
-        dialog.SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, "localhost");
+        for (const int nId : {IDC_PFO_LOCAL_PORT, IDC_PFO_REMOTE_PORT}) dialog.SetDlgItemText(nId, "80");
         dialog.SetDlgItemText(IDC_PFO_UDP_TIMEOUT, "0");
         Press(dialog, IDC_PFO_BOUNCE);
         Press(dialog, IDOK);
     });
     EXPECT_EQ(RunNew(), IDOK);
-    EXPECT_EQ(FormatIpAddress(m_new.m_dwLocalIp), "127.0.0.1");
-    EXPECT_EQ(m_new.m_strLocalInterface, "localhost");
-    EXPECT_EQ(m_new.m_bBounce, 1);
-    EXPECT_EQ(m_new.m_nUdpTimeoutMs, 0);
-    EXPECT_EQ(FieldsOf(m_new), LastUsedFields(m_settings));
-
-    CPortForwardOp second;
-    second.m_allowRanges = {{1, 2}};
-    second.m_bFiltersEnabled = 1;
-    CWindowScript again;
-    again.In(kTitle, [](const CWnd& dialog) {
-        EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_LOCAL_PORT), "65535");
-        EXPECT_TRUE(dialog.IsDlgButtonChecked(IDC_PFO_BOUNCE));
-        EXPECT_FALSE(dialog.GetDlgItem(IDC_PFO_REMOTE_HOST).IsWindowEnabled());
-        Press(dialog, IDOK);
-    });
-    EXPECT_EQ(CPfoOptionsDlg(&m_settings, true, &second, nullptr).DoModal(), IDOK);
-    EXPECT_EQ(FieldsOf(second), FieldsOf(m_new));
-    EXPECT_TRUE(second.m_allowRanges.empty());
-    EXPECT_EQ(second.m_bFiltersEnabled, 0);
+    const OpSettings first = std::exchange(m_result, m_operation.m_settings);
+    OpSettings expected;
+    expected.m_wLocalPort = expected.m_wRemotePort = 80;
+    expected.m_bBounce = 1;
+    expected.m_nUdpTimeoutMs = 0;
+    EXPECT_EQ(first, expected);
+    m_script.Press(kTitle, IDOK);
+    EXPECT_EQ(RunNew(), IDOK);
+    EXPECT_EQ(m_result, first);
 }
 
-TEST_F(PfoOptionsDlgTest, EditGoesIntoTheCopyAndKeepsFiltersAndHiddenFlag) {
-    const PfoFields before = FieldsOf(m_operation);
-    CWindowScript script;
-    script.In(kTitle, [](const CWnd& dialog) {
-        EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_LOCAL_INTERFACE), "localhost");
-        EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_REMOTE_PORT), "40000");
+TEST_F(PfoOptionsDlgTest, EditGoesIntoTheResultOnlyAndKeepsWhatHasNoField) {
+    const std::pair<UINT, WPARAM> ways[] = {{WM_COMMAND, IDCANCEL}, {WM_KEYDOWN, VK_ESCAPE}, {WM_SYSCOMMAND, SC_CLOSE}};
+    for (const auto& way : ways) {
+        InDialog([way](const CWnd& dialog) {
+            dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, "1234");
+            dialog.PostMessage(way.first, way.second);
+        });
+        EXPECT_EQ(RunEdit(), IDCANCEL) << way.first;
+        ExpectNothingStored();
+    }
+    const OpSettings before = m_operation.m_settings;
+    m_operation.m_nSessions = 1;
+    InDialog([](const CWnd& dialog) {
         EXPECT_FALSE(dialog.GetDlgItem(IDC_PFO_FORWARD_ICMP).IsWindowVisible());
         dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, "5354");
         Press(dialog, IDOK);
     });
-    EXPECT_EQ(RunEdit(), IDOK);
-    EXPECT_EQ(FieldsOf(m_operation), before);
-    PfoFields after = before;
-    after.nLocalPort = 5354;
-    EXPECT_EQ(FieldsOf(m_edited), after);
-    EXPECT_EQ(LastUsedFields(m_settings), after);
-    EXPECT_EQ(m_edited.m_allowRanges, m_operation.m_allowRanges);
-    EXPECT_EQ(m_edited.m_blockRanges, m_operation.m_blockRanges);
-    EXPECT_EQ(m_edited.m_bFiltersEnabled, 1);
-}
-
-TEST_F(PfoOptionsDlgTest, OpenSessionsAreClosedOnlyAfterYes) {
-    m_operation.m_nSessions = 1;
-    const std::string strQuestion = Text(192);
-    CWindowScript script;
-    script.In(kTitle, [](const CWnd& dialog) { Press(dialog, IDOK); });
-    script.Answer("Continue and close current sessions?\"", strQuestion, IDNO);
-    script.In(kTitle, [this](const CWnd& dialog) {
-        EXPECT_EQ(m_edited.m_wLocalPort, 0);
-        EXPECT_EQ(m_settings.lastLocalPort, 0);
+    constexpr char kCloseSessions[] = "Continue and close current sessions?\"";
+    m_script.Answer(kCloseSessions, m_settings.slotTable.Text(kSlotCloseSessions), IDNO);
+    InDialog([&](const CWnd& dialog) {
+        ExpectNothingStored();
         Press(dialog, IDOK);
     });
-    script.Answer("Continue and close current sessions?\"", strQuestion, IDYES);
+    m_script.Answer(kCloseSessions, m_settings.slotTable.Text(kSlotCloseSessions), IDYES);
     EXPECT_EQ(RunEdit(), IDOK);
-    EXPECT_EQ(m_edited.m_wLocalPort, 5353);
-    EXPECT_EQ(m_edited.m_allowRanges, m_operation.m_allowRanges);
-}
-
-TEST_F(PfoOptionsDlgTest, CancelEscapeAndTheCloseBoxStoreNothing) {
-    const PfoFields last = LastUsedFields(m_settings);
-    for (const int nWay : {0, 1, 2}) {
-        CWindowScript script;
-        script.In(kTitle, [nWay](const CWnd& dialog) {
-            dialog.SetDlgItemText(IDC_PFO_LOCAL_PORT, "1234");
-            if (nWay == 0) Press(dialog, IDCANCEL);
-            if (nWay == 1) dialog.PostMessage(WM_KEYDOWN, VK_ESCAPE, 0x00010001);
-            if (nWay == 2) dialog.PostMessage(WM_SYSCOMMAND, SC_CLOSE);
-        });
-        EXPECT_EQ(RunEdit(), IDCANCEL) << nWay;
-    }
-    EXPECT_EQ(m_edited.m_wLocalPort, 0);
-    EXPECT_EQ(m_operation.m_wLocalPort, 5353);
-    EXPECT_EQ(LastUsedFields(m_settings), last);
+    EXPECT_EQ(m_operation.m_settings, before);
+    EXPECT_EQ(std::exchange(m_result.m_wLocalPort, before.m_wLocalPort), 5354);
+    EXPECT_EQ(m_result, before);
+    EXPECT_EQ(m_settings.lastOptions.m_wLocalPort, 5354);
 }
 
 TEST_F(PfoOptionsDlgTest, FieldsFollowProtocolAndBounce) {
-    const auto enabled = [](const CWnd& dialog, int nId) { return dialog.GetDlgItem(nId).IsWindowEnabled(); };
-    CWindowScript script;
-    script.In(kTitle, [&](const CWnd& dialog) {
-        EXPECT_FALSE(enabled(dialog, IDC_PFO_UDP_TIMEOUT));
-        EXPECT_FALSE(enabled(dialog, IDC_PFO_FORWARD_ICMP));
-        EXPECT_TRUE(enabled(dialog, IDC_PFO_REMOTE_HOST));
-        dialog.SetDlgItemText(IDC_PFO_REMOTE_HOST, "kept");
-        Press(dialog, IDC_PFO_UDP);
-        Press(dialog, IDC_PFO_BOUNCE);
-    });
-    script.In(kTitle, [&](const CWnd& dialog) {
-        EXPECT_TRUE(enabled(dialog, IDC_PFO_UDP_TIMEOUT));
-        EXPECT_TRUE(enabled(dialog, IDC_PFO_FORWARD_ICMP));
-        EXPECT_FALSE(enabled(dialog, IDC_PFO_REMOTE_HOST));
-        EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_REMOTE_HOST), "kept");
-        Press(dialog, IDC_PFO_TCP);
-        Press(dialog, IDC_PFO_BOUNCE);
-    });
-    script.In(kTitle, [&](const CWnd& dialog) {
-        EXPECT_FALSE(enabled(dialog, IDC_PFO_UDP_TIMEOUT));
-        EXPECT_FALSE(enabled(dialog, IDC_PFO_FORWARD_ICMP));
-        EXPECT_TRUE(enabled(dialog, IDC_PFO_REMOTE_HOST));
-        Press(dialog, IDCANCEL);
-    });
+    for (const auto* const pszEnabled : {"--H", "TI-", "--H"}) {
+        InDialog([pszEnabled](const CWnd& dialog) {
+            const auto letter = [&](int nId, char ch) { return dialog.GetDlgItem(nId).IsWindowEnabled() ? ch : '-'; };
+            const std::string strEnabled = {letter(IDC_PFO_UDP_TIMEOUT, 'T'), letter(IDC_PFO_FORWARD_ICMP, 'I'),
+                                            letter(IDC_PFO_REMOTE_HOST, 'H')};
+            EXPECT_EQ(strEnabled, pszEnabled);
+            Press(dialog, strEnabled == "--H" ? IDC_PFO_UDP : IDC_PFO_TCP);
+            Press(dialog, IDC_PFO_BOUNCE);
+        });
+    }
+    m_script.Press(kTitle, IDCANCEL);
     EXPECT_EQ(RunNew(), IDCANCEL);
 }
 
 TEST_F(PfoOptionsDlgTest, TypedPhraseShowsTheIcmpBoxForGood) {
-    const auto visible = [](const CWnd& dialog) { return dialog.GetDlgItem(IDC_PFO_FORWARD_ICMP).IsWindowVisible(); };
-    CWindowScript script;
-    script.In(kTitle, [&](const CWnd& dialog) {
-        const CWnd list(::GetDlgItem(dialog.GetSafeHwnd(), IDC_PFO_LOCAL_INTERFACE));
-        list.SendMessage(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>("cantseebirds"));
-        list.SetFocus();
-        list.SendMessage(CB_SETCURSEL, static_cast<WPARAM>(-1));
-        while (list.GetWindowText() != "cantseebirds" && list.SendMessage(CB_GETCURSEL) < 20) {
-            ::SendMessageA(EditOf(list), WM_KEYDOWN, VK_DOWN, 1);
+    InDialog([&](const CWnd& dialog) {
+        dialog.SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, "cantseebirds");  // not typed: it does not count
+        std::string strShown = dialog.GetDlgItem(IDC_PFO_FORWARD_ICMP).IsWindowVisible() ? "shown" : "";
+        dialog.SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, "");
+        for (const char ch : std::string("CAN'T see birds!")) {
+            ::SendMessageA(EditOf(dialog, IDC_PFO_LOCAL_INTERFACE), WM_CHAR, static_cast<unsigned char>(ch), 1);
+            strShown += dialog.GetDlgItem(IDC_PFO_FORWARD_ICMP).IsWindowVisible() ? ch : '-';
         }
-        EXPECT_EQ(list.GetWindowText(), "cantseebirds");
-        EXPECT_FALSE(visible(dialog)) << "picked, not typed";
-        list.SetWindowText("");
-        const CWnd edit(EditOf(list));
-        Type(edit, "CAN'T see bird");
-        EXPECT_FALSE(visible(dialog));
-        Type(edit, "S");
-        EXPECT_TRUE(visible(dialog));
-        Type(edit, "!");
-        EXPECT_TRUE(visible(dialog));
+        EXPECT_EQ(strShown, "--------------s!");
         Press(dialog, IDCANCEL);
     });
     EXPECT_EQ(RunNew(), IDCANCEL);
@@ -261,58 +171,33 @@ TEST_F(PfoOptionsDlgTest, TypedPhraseShowsTheIcmpBoxForGood) {
 TEST_F(PfoOptionsDlgTest, InterfaceListShowsTheMachinesAddressesAndKeepsTheText) {
     const std::vector<uint32_t> addresses = LocalAddresses();
     ASSERT_FALSE(addresses.empty());
-    CWindowScript script;
-    script.In(kTitle, [&](const CWnd& dialog) {
-        EXPECT_EQ(dialog.SendDlgItemMessage(IDC_PFO_LOCAL_INTERFACE, CB_GETCOUNT), std::ssize(addresses));
-        dialog.SetDlgItemText(IDC_PFO_LOCAL_INTERFACE, "half a na");
-        dialog.SendDlgItemMessage(IDC_PFO_LOCAL_INTERFACE, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>("gone"));
-        Press(dialog, IDC_PFO_REFRESH);
-    });
-    script.In(kTitle, [&](const CWnd& dialog) {
-        EXPECT_EQ(dialog.GetDlgItemText(IDC_PFO_LOCAL_INTERFACE), "half a na");
-        EXPECT_EQ(dialog.SendDlgItemMessage(IDC_PFO_LOCAL_INTERFACE, CB_GETCOUNT), std::ssize(addresses));
-        const std::string strFirst = FormatIpAddress(addresses.front());
-        EXPECT_GE(dialog.SendDlgItemMessage(IDC_PFO_LOCAL_INTERFACE, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1),
-                                            reinterpret_cast<LPARAM>(strFirst.c_str())),
-                  0);
-        Press(dialog, IDCANCEL);
-    });
+    for (const char* const pszTyped : {"", "half a na"}) {
+        InDialog([&addresses, pszTyped](const CWnd& dialog) {
+            const CWnd list = dialog.GetDlgItem(IDC_PFO_LOCAL_INTERFACE);
+            EXPECT_EQ(list.GetWindowText(), pszTyped);
+            EXPECT_EQ(list.SendMessage(CB_GETCOUNT), std::ssize(addresses));
+            const std::string strAny = FormatIpAddress(addresses.back());
+            const LPARAM nAny = reinterpret_cast<LPARAM>(strAny.c_str());
+            EXPECT_GE(list.SendMessage(CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), nAny), 0);
+            list.SendMessage(CB_ADDSTRING, 0, reinterpret_cast<LPARAM>("gone"));
+            list.SetWindowText("half a na");
+            Press(dialog, *pszTyped ? IDCANCEL : IDC_PFO_REFRESH);
+        });
+    }
     EXPECT_EQ(RunNew(), IDCANCEL);
 }
 
 TEST_F(PfoOptionsDlgTest, InformationOpensAndTheDialogStays) {
-    CWindowScript script;
     const auto expect = [&](int nButton, const char* pszTitle, uint32_t nSlot) {
-        script.In(kTitle, [nButton](const CWnd& dialog) { Press(dialog, nButton); });
-        script.In(pszTitle, [this, nSlot](const CWnd& information) {
-            EXPECT_EQ(information.GetDlgItemText(IDC_LONG_TEXT), Text(nSlot));
+        m_script.Press(kTitle, nButton).In(pszTitle, [this, nSlot](const CWnd& information) {
+            EXPECT_EQ(information.GetDlgItemText(IDC_LONG_TEXT), m_settings.slotTable.Text(nSlot));
             Press(information, IDC_LONG_CONTINUE);
         });
     };
-    expect(IDC_PFO_MAX_SESSIONS_INFO, "Max Sessions information", 194);
-    expect(IDC_PFO_UDP_TIMEOUT_INFO, "UDP Session-Timeout information", 196);
-    script.In(kTitle, [](const CWnd& dialog) { Press(dialog, IDCANCEL); });
+    expect(IDC_PFO_MAX_SESSIONS_INFO, "Max Sessions information", kSlotMaxSessionsInfo);
+    expect(IDC_PFO_UDP_TIMEOUT_INFO, "UDP Session-Timeout information", kSlotUdpTimeoutInfo);
+    m_script.Press(kTitle, IDCANCEL);
     EXPECT_EQ(RunNew(), IDCANCEL);
-}
-
-TEST_F(PfoOptionsDlgTest, SaveOfSettingsIsPassedOnToTheMainWindow) {
-    int nSaves = 0;
-    CScriptDialog main(IDD_MAIN);
-    main.m_fnMessage = [&](UINT nMessage, LRESULT*) {
-        nSaves += nMessage == WM_SAVE_SETTINGS;
-        return nMessage == WM_SAVE_SETTINGS;
-    };
-    main.Then([&](CScriptDialog& self) {
-        CWindowScript script;
-        script.In(kTitle, [&](const CWnd& dialog) {
-            dialog.SendMessage(WM_SAVE_SETTINGS);
-            EXPECT_EQ(nSaves, 1);
-            Press(dialog, IDCANCEL);
-        });
-        EXPECT_EQ(RunNew(), IDCANCEL);
-        self.EndDialog(1);
-    });
-    EXPECT_EQ(main.DoModal(), 1);
 }
 
 }  // namespace

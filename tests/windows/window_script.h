@@ -1,18 +1,24 @@
-// Drives the program's real dialogs and the system's own from within their modal loops, as a user does: step by step,
-// each in the window that the step expects in front.
+// Drives the program's windows, menus and the system's own dialogs from within their modal loops, as a user does: step by
+// step, each in the window that the step expects in front.
 //
-// A window that a step waits for and that does not come is reported, and everything that is open is closed: a fault
-// shows as a failure and not as a hang. One script at a time, on the thread of the windows.
+// A window that does not come ends the test program with a message: a fault shows as a failure and not as a hang. One
+// script at a time, on the thread of the windows.
 #pragma once
 
 #include <deque>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "platform/mfc/wnd.h"
 
+/// The title under which a step finds an open menu.
+inline constexpr char kMenu[] = "#32768";
+
 class CWindowScript {
   public:
+    using Action = std::function<void(const CWnd& window)>;
+
     CWindowScript();
     /// Reports the steps that did not run.
     ~CWindowScript();
@@ -20,32 +26,23 @@ class CWindowScript {
     CWindowScript& operator=(const CWindowScript&) = delete;
 
     /// Runs once a dialog or message box with this title is open and enabled, behind the steps given before.
-    CWindowScript& In(const std::string& strTitle, std::function<void(const CWnd& window)> fnStep);
+    CWindowScript& In(const std::string& strTitle, Action fnAction);
+    CWindowScript& Press(const std::string& strTitle, int nButton);
     /// Expects this text in a message box and answers it with a button's id.
     CWindowScript& Answer(const std::string& strTitle, const std::string& strText, int nButton);
     /// Answers the system's dialog for a file name: the name, or a press of Cancel when it is empty.
     CWindowScript& ChooseFile(const std::string& strTitle, const std::string& strPath);
 
   private:
-    struct Step {
-        std::string strTitle;
-        std::function<void(const CWnd& window)> fnStep;
-    };
     static void CALLBACK Tick(HWND hWnd, UINT nMessage, UINT_PTR nTimer, DWORD dwTime);
     void RunStep();
-    void GiveUp();
 
-    std::deque<Step> m_steps;
-    UINT_PTR m_nTimer = 0;
-    ULONGLONG m_nWaitingSince = 0;  // milliseconds
-    bool m_bGivenUp = false;
+    std::deque<std::pair<std::string, Action>> m_steps;
+    const UINT_PTR m_nTimer;
+    ULONGLONG m_nWaitingSince;  // milliseconds
 };
 
 /// Presses a button of the dialog when the present step is over.
 void Press(const CWnd& dialog, int nId);
-/// Types the text into an edit field, key by key, behind what it holds.
-void Type(const CWnd& edit, const std::string& strText);
-/// The edit field of an editable combo box.
-HWND EditOf(const CWnd& combo);
-/// The text that a message box shows.
-std::string BoxText(const CWnd& box);
+/// The entries: "Edit|-|(Stop)|PFO[Start]", a greyed one in round brackets, those of a pop-up in square ones.
+std::string MenuText(HMENU hMenu);
