@@ -1,5 +1,5 @@
-// Drives the program's windows, menus and the system's own dialogs from within their modal loops, as a user does: step by
-// step, each in the window that the step expects in front.
+// Drives the program's windows, menus and the system's own dialogs from within their modal loops, as a user does: step
+// by step, each in the window that the step expects in front.
 //
 // A window that does not come ends the test program with a message: a fault shows as a failure and not as a hang. One
 // script at a time, on the thread of the windows.
