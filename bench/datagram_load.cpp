@@ -126,6 +126,6 @@ class CDatagramRun {
 
 }  // namespace
 
-Figures MeasureDatagrams(Servers& servers, const Load& load) {
+Figures MeasureDatagrams(const Servers& servers, const Load& load) {
     return CDatagramRun(load).Run(servers);
 }

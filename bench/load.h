@@ -73,15 +73,15 @@ struct Load {
 // the whole run, warm-up included.
 
 /// CLIENTS that send as fast as they can into a server that drops everything.
-Figures MeasureThroughput(Servers& servers, const Load& load);
+Figures MeasureThroughput(const Servers& servers, const Load& load);
 /// CLIENTS that again and again connect, have one byte echoed, and close.
-Figures MeasureConnections(Servers& servers, const Load& load);
+Figures MeasureConnections(const Servers& servers, const Load& load);
 /// One client that sends BYTES and waits for their echo, again and again.
-Figures MeasureRoundTrip(Servers& servers, const Load& load);
+Figures MeasureRoundTrip(const Servers& servers, const Load& load);
 /// CLIENTS that each keep some datagrams of BYTES (above 8) on their way to the echo and back: IN-FLIGHT. One whose
 /// echo has not come within a quarter of a second is counted as lost, and another takes its place. An echo that comes
 /// later is ignored: sent = echoed + lost.
-Figures MeasureDatagrams(Servers& servers, const Load& load);
+Figures MeasureDatagrams(const Servers& servers, const Load& load);
 /// Connections that are kept open: each line of the standard input says how many in all, and is answered. Each has had
 /// 64 bytes echoed, so that the forwarder has it standing on both sides.
-Figures HoldSessions(Servers& servers, const Load& load);
+Figures HoldSessions(const Servers& servers, const Load& load);

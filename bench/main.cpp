@@ -10,19 +10,19 @@
 
 namespace {
 
-const std::map<std::string, Figures (*)(Servers&, const Load&)> kKinds = {{"throughput", MeasureThroughput},
-                                                                          {"connections", MeasureConnections},
-                                                                          {"round-trip", MeasureRoundTrip},
-                                                                          {"datagrams", MeasureDatagrams},
-                                                                          {"sessions", HoldSessions}};
-
 void Run(const std::vector<std::string>& words) {
+    static const std::map<std::string, Figures (*)(const Servers&, const Load&)> kKinds = {
+        {"throughput", MeasureThroughput},
+        {"connections", MeasureConnections},
+        {"round-trip", MeasureRoundTrip},
+        {"datagrams", MeasureDatagrams},
+        {"sessions", HoldSessions}};
     const auto pfnMeasure = kKinds.at(words.at(0));
     Load load;
     load.warmUp = std::chrono::milliseconds(std::stoul(words.at(1)));
     load.length = std::chrono::milliseconds(std::stoul(words.at(2)));
     for (size_t n = 3; n < words.size(); ++n) load.numbers.push_back(static_cast<uint32_t>(std::stoul(words[n])));
-    Servers& servers = StartServers(words[0] != "throughput");
+    const Servers& servers = StartServers(words[0] != "throughput");
     PrintFigures({{"tcp", servers.wTcpPort}, {"udp", servers.wUdpPort}});
     std::cin >> load.wPort;
     PrintFigures(pfnMeasure(servers, load));

@@ -66,7 +66,7 @@ double PercentileUs(const std::vector<Clock::duration>& times, double dShare) {
 
 }  // namespace
 
-Figures MeasureThroughput(Servers& servers, const Load& load) {
+Figures MeasureThroughput(const Servers& servers, const Load& load) {
     Count nSent = 0;
     Figures figures = RunClients(load, servers.nStreamBytes, [&](uint32_t, const std::atomic<bool>& bStop) {
         SendUntil(load.wPort, bStop, nSent);
@@ -80,7 +80,7 @@ Figures MeasureThroughput(Servers& servers, const Load& load) {
     return figures;
 }
 
-Figures MeasureConnections(Servers& servers, const Load& load) {
+Figures MeasureConnections(const Servers& servers, const Load& load) {
     Count nDone = 0;
     Count nFailed = 0;
     Figures figures = RunClients(load, nDone, [&](uint32_t nClient, const std::atomic<bool>& bStop) {
@@ -103,7 +103,7 @@ Figures MeasureConnections(Servers& servers, const Load& load) {
     return figures;
 }
 
-Figures MeasureRoundTrip(Servers& servers, const Load& load) {
+Figures MeasureRoundTrip(const Servers& servers, const Load& load) {
     const CDescriptor hSocket = Connect(SOCK_STREAM, load.wPort);
     const size_t nBytes = load.numbers.at(0);
     std::vector<Clock::duration> times;  // of the messages that began in the window
@@ -120,7 +120,7 @@ Figures MeasureRoundTrip(Servers& servers, const Load& load) {
     return {{"p50_us", PercentileUs(times, 0.50)}, {"p99_us", PercentileUs(times, 0.99)}};
 }
 
-Figures HoldSessions(Servers& /*servers*/, const Load& load) {
+Figures HoldSessions(const Servers& /*servers*/, const Load& load) {
     std::vector<CDescriptor> sessions;
     for (size_t nCount = 0; std::cin >> nCount; PrintFigures({})) {
         while (sessions.size() < nCount) {
