@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "platform/mfc/wnd.h"
-#include "tests/support/process_end.h"
+#include "tests/support/process.h"
 
 #include <commdlg.h>
 #include <dlgs.h>
