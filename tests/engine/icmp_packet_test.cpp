@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "engine/icmp_forward.h"
 #include "engine/icmp_packet.h"
-#include "engine/port_forward_op.h"
+#include "engine/icmp_forward.h"
+#include "tests/engine/engine_fixture.h"
 
 namespace {
 
@@ -21,18 +17,6 @@ Endpoint At(uint32_t dwNumber, uint16_t wPort) {
     return {IpFromNumber(dwNumber), wPort};
 }
 
-// Sessions of three clients. All but the first have the local port of the datagram in Error.
-void AddSessions(CPortForwardOp* pOp) {
-    std::shared_ptr<UdpSession>* ppLink = &pOp->m_UdpSessionHead.pNext;
-    for (const uint16_t wNumber : {uint16_t{1}, uint16_t{2}, uint16_t{3}}) {
-        *ppLink = std::make_shared<UdpSession>();
-        (*ppLink)->dwClientIp = IpFromNumber(0x0A000007U + wNumber);
-        (*ppLink)->wClientPort = static_cast<uint16_t>(1000 + wNumber);
-        (*ppLink)->wLocalPort = wNumber == 1 ? 0x1235 : 0x1234;
-        ppLink = &(*ppLink)->pNext;
-    }
-}
-
 bool IsTaken(size_t nAt, uint8_t bValue) {
     std::vector<uint8_t> packet = Error();
     packet[nAt] = bValue;
@@ -46,19 +30,22 @@ TEST(IcmpPacket, OnlyErrorsAboutIpv4DatagramsAreTaken) {
     ASSERT_TRUE(quoted);
     EXPECT_EQ(quoted->target, At(0x0A000009, 80));
     EXPECT_EQ(quoted->wSourcePort, 0x1234);
+    const struct {
+        size_t nAt;
+        std::vector<uint8_t> taken, refused;
+    } cases[] = {{0, {0x4F}, {0x65}},  // versions count, header lengths do not
+                 {20, {4, 11}, {0, 5, 8, 12}},
+                 {21, {200}, {}},  // any code
+                 {28, {0x4F}, {0x65}},
+                 {37, {6}, {}}};  // any quoted protocol
+    for (const auto& [nAt, taken, refused] : cases) {
+        for (const uint8_t bValue : taken) EXPECT_TRUE(IsTaken(nAt, bValue)) << nAt;
+        for (const uint8_t bValue : refused) EXPECT_FALSE(IsTaken(nAt, bValue)) << nAt;
+    }
     std::vector<uint8_t> cutOff = Error();
-    cutOff.resize(55);
+    cutOff.pop_back();
     EXPECT_FALSE(ReadIcmpError(cutOff));
     EXPECT_FALSE(ReadIcmpError({}));
-    EXPECT_TRUE(IsTaken(20, 4));
-    EXPECT_TRUE(IsTaken(20, 11));
-    EXPECT_TRUE(IsTaken(21, 200)) << "any code";
-    for (const uint8_t bType : std::vector<uint8_t>{0, 5, 8, 12}) EXPECT_FALSE(IsTaken(20, bType));
-    EXPECT_FALSE(IsTaken(0, 0x65));
-    EXPECT_FALSE(IsTaken(28, 0x65));
-    EXPECT_TRUE(IsTaken(0, 0x4F)) << "header lengths are not read";
-    EXPECT_TRUE(IsTaken(28, 0x4F));
-    EXPECT_TRUE(IsTaken(37, 6)) << "nor is the quoted protocol";
 }
 
 TEST(IcmpPacket, TheMessageQuotesTheDatagramThatTheClientSent) {
@@ -77,17 +64,24 @@ TEST(IcmpPacket, TheMessageQuotesTheDatagramThatTheClientSent) {
 TEST(IcmpPacket, ChecksumFoldsItsCarries) {
     const uint8_t rfcExample[] = {0x00, 0x01, 0xF2, 0x03, 0xF4, 0xF5, 0xF6, 0xF7};  // RFC 1071, section 3
     EXPECT_EQ(InternetChecksum(rfcExample), static_cast<uint16_t>(~0xDDF2));
-    const std::vector<uint8_t> ones(36, 0xFF);
-    EXPECT_EQ(InternetChecksum(ones), 0);
+    EXPECT_EQ(InternetChecksum(std::vector<uint8_t>(36, 0xFF)), 0);
 }
 
 TEST(IcmpPacket, TheFirstSessionOfTheDatagramIsTold) {
     CPortForwardOp op;
-    AddSessions(&op);
+    std::shared_ptr<UdpSession>* ppLink = &op.m_UdpSessionHead.pNext;
+    for (const auto& [client, wLocalPort] : {std::pair<Endpoint, uint16_t>{At(0x0A000008, 1001), 0x1235},
+                                             {At(0x0A000009, 1002), 0x1234},
+                                             {At(0x0A00000A, 1003), 0x1234}}) {
+        *ppLink = std::make_shared<UdpSession>();
+        (*ppLink)->dwClientIp = client.dwIp;
+        (*ppLink)->wClientPort = client.wPort;
+        (*ppLink)->wLocalPort = wLocalPort;
+        ppLink = &(*ppLink)->pNext;
+    }
     op.m_settings.m_wRemotePort = 80;
     op.m_settings.m_strRemoteHost = "10.0.0.9";
-    const QuotedDatagram quoted = {At(0x0A000009, 80), 0x1234};
-    EXPECT_EQ(FindClientOfDatagram(op, quoted), At(0x0A000009, 1002));
+    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1234}), At(0x0A000009, 1002));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 81), 0x1234}));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000008, 80), 0x1234}));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1236}));
