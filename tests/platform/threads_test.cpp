@@ -40,6 +40,7 @@ bool WaitForRuns(const Runs& runs, int nCount) {
 TEST(Threads, ParkedOnesServeLaterStartsAndGoWhenReleased) {
     Runs runs;
     const int32_t nBefore = CountThreads();
+    const int32_t nHandles = CountHandles();
     for (int n = 1; n <= 50; ++n) ASSERT_TRUE(Begin(&runs) && WaitForRuns(runs, n));
     EXPECT_TRUE(runs.bReused);
     EXPECT_LT(CountThreads(), nBefore + 10) << "each start made a thread of its own";
@@ -47,6 +48,7 @@ TEST(Threads, ParkedOnesServeLaterStartsAndGoWhenReleased) {
     EXPECT_TRUE(WaitForRuns(runs, 550)) << "at once, more than are parked";
     ReleaseParkedThreads();
     EXPECT_TRUE(WaitFor([&] { return CountThreads() <= nBefore; }));
+    EXPECT_LT(CountHandles(), nHandles + 100);
 }
 
 TEST(Threads, AForcedFailureComesAfterTheStartsThatItLetsPass) {
