@@ -54,7 +54,6 @@ LANGUAGES = 10
 # A load that reached nobody would find no fault either.
 MUST_COUNT = ("sessions to be whole, and whole", "bytes to servers, checked", "bytes to clients, checked",
               "replies, checked", "log lines checked")  # fmt: skip
-WITH_SUPERVISOR = ("setpriv", "--pdeathsig", "KILL")  # ends with it, however that ends
 
 
 def run(*command):
@@ -120,7 +119,7 @@ class Host:
         pairs = [socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET) for _ in range(1 + OPERATORS)]
         self.channels, ends = zip(*pairs)
         numbers = [end.fileno() for end in ends]
-        self.process = subprocess.Popen([*WITH_SUPERVISOR, program, *map(str, numbers)], pass_fds=numbers)
+        self.process = subprocess.Popen([*zelkor_process.BOUND, program, *map(str, numbers)], pass_fds=numbers)
         self.pid = self.process.pid
         for ours, theirs in pairs:
             theirs.close()
@@ -226,7 +225,7 @@ class Soak:
     def start_load(self, role, number):
         self.begun.discard((role, number))
         words = ("-B", HERE / "load.py", role, str(number), json.dumps(self.plan), str(self.rng.random()))
-        self.load[role, number] = subprocess.Popen([*WITH_SUPERVISOR, sys.executable, *words], stdin=subprocess.PIPE,
+        self.load[role, number] = subprocess.Popen([*zelkor_process.BOUND, sys.executable, *words], stdin=subprocess.PIPE,
                                                    stdout=self.reports)  # fmt: skip
         if not wait_for(lambda: self.read_reports() or (role, number) in self.begun):
             raise RuntimeError(f"{role} {number} does not begin")
@@ -260,15 +259,15 @@ class Soak:
         self.file = self.folder / "program.KVR"
         self.file.write_bytes(self.image)
         os.utime(self.file, (0, 0))  # a later save shows
-        self.program = zelkor_process.Zelkor(*WITH_SUPERVISOR, self.options.build / "zelkor", self.file)
-        self.program.wait_started(len(PROGRAM))
+        self.program = zelkor_process.Process(self.options.build / "zelkor", self.file)
+        self.program.wait_until(lambda: sum(line.startswith("started ") for line in self.program.out) == len(PROGRAM))
         self.program_descriptors = held_by(self.program.process.pid)[1]
 
     def end_program(self):
-        code = self.program.end()
-        self.program.__exit__()
-        if code != 0:
-            self.fail("\n".join([f"the program ended with {code}", *self.program.err.lines]))
+        with self.program as program:
+            self.program = None
+            if code := program.end():
+                self.fail("\n".join([f"the program ended with {code}", *program.err]))
         if self.file.stat().st_mtime == 0 or self.file.read_bytes() != self.image:
             self.fail("the program did not save its settings as they were")
 

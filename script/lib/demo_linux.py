@@ -49,20 +49,20 @@ def show():
         file = pathlib.Path(folder) / "sample.KVR"
         operations = [
             settings_file.Operation(settings_file.TCP, tcp_port, "localhost", start_web_server()),
-            settings_file.Operation(settings_file.UDP, udp_port, "127.0.0.1", sample_servers.start("udp")),
+            settings_file.Operation(settings_file.UDP, udp_port, "127.0.0.1", sample_servers.EchoServer("udp").port),
         ]
-        file.write_bytes(settings_file.Settings(operations, log_path=str(log)).bytes())
-        with zelkor_process.Zelkor(ROOT / "build/linux/zelkor", file) as program:
-            for line in program.wait_started(len(operations)):
-                print(line)
+        file.write_bytes(settings_file.Settings(operations, log_path=str(log), log_seconds=1).bytes())
+        with zelkor_process.Process(ROOT / "build/linux/zelkor", file) as program:
+            program.wait_until(lambda: len(program.out) == len(operations))
+            print("\n".join(program.out))
             fetched = fetch_page(tcp_port)
             print(f"TCP: fetched a page of {len(fetched)} bytes: {fetched.decode().strip()}")
             client = sample_servers.Client("udp", udp_port)
             for datagram in DATAGRAMS:
-                print(f"UDP: sent {len(datagram)} bytes and got {client.echo(datagram)} back")
-            written = zelkor_process.wait_for_file(log, lambda data: data.count(b"\r\n") >= EVENTS)
+                print(f"UDP: sent {len(datagram)} bytes and got {len(client.echo(datagram))} back")
+            program.wait_until(lambda: log.exists() and log.read_bytes().count(b"\r\n") >= EVENTS, "the log")
             print("The log says:")
-            print(written.decode("cp1252").replace("\r\n", "\n  ").lstrip("\n"))
+            print(log.read_bytes().decode("cp1252").replace("\r\n", "\n  ").lstrip("\n"))
             code = program.end()
         if fetched != PAGE or code != 0:
             sys.exit(f"the page or the end was not as it should be (exit code {code})")

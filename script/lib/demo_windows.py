@@ -9,20 +9,19 @@ import threading
 
 import sample_servers
 import settings_file
-from windows_program import IDS, ROOT, WindowsProgram, picture
+from windows_program import ROOT, STYLE, WindowsProgram, picture
 
 FOLDER = ROOT / "build" / "demo"
 PICTURE = ROOT / "build" / "zelkor.png"
 LOG = FOLDER / "connections.log"
-CLIENT_BYTES = IDS["IDC_MAIN_CLIENT_BYTES"]
-SERVER_BYTES = IDS["IDC_MAIN_SERVER_BYTES"]
-PROGRAM_SESSIONS = IDS["IDC_MAIN_PROGRAM_SESSIONS"]
+LINES = ("PROGRAM_THREADS", "PROGRAM_SESSIONS", "PFO_THREADS", "PFO_SESSIONS", "PFO_TOTAL", "CLIENT_BYTES",
+         "CLIENT_RATE", "SERVER_BYTES", "SERVER_RATE")  # fmt: skip
 SIZES = {"tcp": 256 * 1024, "udp": 1200}
 
 
 def operation(kind):
-    protocol = settings_file.TCP if kind == "tcp" else settings_file.UDP
-    return settings_file.Operation(protocol, sample_servers.free_port(kind), "127.0.0.1", sample_servers.start(kind))
+    port = sample_servers.EchoServer(kind).port
+    return settings_file.Operation(settings_file.PROTOCOLS[kind], sample_servers.free_port(kind), "127.0.0.1", port)
 
 
 class Traffic:
@@ -39,8 +38,11 @@ class Traffic:
 
     def run(self):
         try:
+            data = bytes(SIZES[self.kind])
             while not self.stop.wait(0.05):
-                self.total += self.client.echo(bytes(SIZES[self.kind]))
+                if self.client.echo(data) != data:
+                    raise RuntimeError("other bytes came back")
+                self.total += len(data)
         except (OSError, RuntimeError) as fault:
             self.fault = fault
 
@@ -62,23 +64,34 @@ def byte_text(count):
     return f"{count:.2f} TB"
 
 
+def select(program, row):
+    """Until the rate has started over, as it does for a newly selected row, and is not zero."""
+    program.select(row)
+    for zero in (True, False):
+        program.wait_until(lambda: program.value("CLIENT_RATE").startswith("0 ") == zero, "the rate")
+
+
 def show(operations, settings):
-    with WindowsProgram(FOLDER, settings) as program:
+    with WindowsProgram(FOLDER, settings, "-noinstall").wait_for_main() as program:
         traffic = {kind: Traffic(kind, op) for kind, op in zip(("tcp", "udp"), operations)}
         for row, kind in ((1, "TCP"), (0, "UDP")):
             print(f"The window with the {kind} operation selected:")
-            print(program.drive("select", row, "fresh", "show"), end="")
-        place = program.drive("select", 1, "fresh", "place").split()
-        picture(PICTURE, [int(number) for number in place])
+            select(program, row)
+            lines = [f"{program.value(f'{name}_LABEL')} {program.value(name)}" for name in LINES]
+            print("\n".join(f"  {line}" for line in program.list.rows() + lines))
+        select(program, 1)
+        picture(PICTURE, program.main.place)
         for row, kind in ((1, "tcp"), (0, "udp")):
             total = traffic[kind].finish()
             text = byte_text(total)
-            program.drive("select", row, "until", CLIENT_BYTES, text, "until", SERVER_BYTES, text)
+            program.select(row)
+            program.wait_until(lambda: program.value("CLIENT_BYTES") == program.value("SERVER_BYTES") == text, text)
             print(f"{kind.upper()}: {total} bytes went to the server and came back, and the window says {text} each way")
         for each in traffic.values():
             each.client.close()
-        program.drive("until", PROGRAM_SESSIONS, "1")  # the UDP session ends by its silence only
-        code = program.close()
+        # The UDP session ends by its silence only.
+        program.wait_until(lambda: program.value("PROGRAM_SESSIONS") == "1", "the end of the TCP session")
+        code = program.end()
     print(f"Connection log, {LOG.relative_to(ROOT)}:")
     for line in LOG.read_text(encoding="cp1252").splitlines():
         print(f"  {line}")
@@ -89,7 +102,7 @@ def show(operations, settings):
 def stay(operations, settings):
     for kind, op in zip(("TCP", "UDP"), operations):
         print(f"{kind}: 127.0.0.1:{op.local_port} is forwarded to an echo server on 127.0.0.1:{op.remote_port}")
-    with WindowsProgram(FOLDER, settings) as program:
+    with WindowsProgram(FOLDER, settings, "-noinstall") as program:
         return program.process.wait()
 
 
@@ -97,7 +110,7 @@ def main():
     FOLDER.mkdir(parents=True, exist_ok=True)
     LOG.unlink(missing_ok=True)
     operations = [operation("tcp"), operation("udp")]
-    settings = settings_file.Settings(operations, log_path=f"Z:{LOG}".replace("/", "\\"))
+    settings = settings_file.Settings(operations, log_path=f"Z:{LOG}".replace("/", "\\"), **STYLE)
     return (stay if sys.argv[1:] == ["stay"] else show)(operations, settings)
 
 

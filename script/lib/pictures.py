@@ -12,7 +12,7 @@ import time
 import sample_servers
 import settings_file
 from settings_file import TCP, UDP
-from windows_program import IDS, WindowsProgram, picture
+from windows_program import IDS, STYLE, TRAY_ICON, VK_ESCAPE, WindowsProgram, picture
 
 LANGUAGES = {"english": 0, "german": 1}
 
@@ -25,12 +25,15 @@ class Session:
         self.folder = pathlib.Path(folder)
         self.language = language
 
-    def drive(self, *steps):
-        return self.program.drive(*(IDS.get(step, step) for step in steps))
+    def take(self, name, window):
+        """Without what surrounds it."""
+        self.take_place(name, window.place)
 
-    def take(self, name, *steps):
-        """The window that the steps leave open, without what surrounds it."""
-        self.take_place(name, [int(number) for number in self.drive(*steps, "place").split()[-4:]])
+    def take_dialog(self, name, command, control, button="CANCEL"):
+        """Opens it by the command and closes it by the button."""
+        dialog = self.program.open(command, control)
+        self.take(name, dialog)
+        self.program.press(dialog, button)
 
     def take_place(self, name, place):
         path = self.folder / f"{name}-{self.language}.png"
@@ -43,17 +46,15 @@ class Session:
                 break
             before = path.read_bytes()
 
-
     def take_tray_menu(self):
-        """The icon stands at the right end of the task bar, at the bottom of the display."""
-        subprocess.run(["xdotool", "mousemove", "1014", "758", "click", "3"], check=True)
+        subprocess.run(["xdotool", "mousemove", *map(str, TRAY_ICON), "click", "3"], check=True)
         self.take_place("tray-menu", [1024 - 180, 768 - 140, 1024, 768])
-        subprocess.run(["xdotool", "key", "Escape"], check=True)
+        self.program.main.keys(VK_ESCAPE)
 
 
 def operations():
     """Two that run with traffic, one stopped, one whose port is taken, and one that sends back to the client."""
-    tcp, udp = sample_servers.start("tcp"), sample_servers.start("udp")
+    tcp, udp = (sample_servers.EchoServer(kind).port for kind in ("tcp", "udp"))
     return [
         settings_file.Operation(UDP, 5353, "ns1.example.net", 53, running=False),
         settings_file.Operation(TCP, tcp, "mail.example.net", 25),
@@ -74,31 +75,32 @@ def traffic(ops):
 
 
 def take_all(session):
-    session.take("main-window", "select", 0)
-    cancel = ("press", "IDCANCEL", "gone")
-    session.take("options-tcp", "command", "ID_PFO_EDIT", "dialog", "IDC_PFO_LOCAL_PORT")
-    session.take("long-message", "dialog", "IDC_PFO_LOCAL_PORT", "press", "IDC_PFO_MAX_SESSIONS_INFO", "dialog",
-                 "IDC_LONG_CONTINUE")  # fmt: skip
-    session.drive("dialog", "IDC_LONG_CONTINUE", "press", "IDC_LONG_CONTINUE", "gone")
-    session.drive("dialog", "IDC_PFO_LOCAL_PORT", *cancel)
-    session.take("options-udp", "select", 1, "command", "ID_PFO_EDIT", "dialog", "IDC_PFO_LOCAL_PORT")
-    session.drive("dialog", "IDC_PFO_LOCAL_PORT", *cancel)
-    session.take("language", "command", "ID_LANGUAGE_CHANGE", "dialog", "IDC_LANGUAGE_FILE")
-    session.drive("dialog", "IDC_LANGUAGE_FILE", "press", f"IDC_LANGUAGE_{CHOICE[session.language]}", "gone")
+    program = session.program
+    program.select(0)
+    session.take("main-window", program.main)
+    options = program.open("ID_PFO_EDIT", "IDC_PFO_LOCAL_PORT")
+    session.take("options-tcp", options)
+    options.command(IDS["IDC_PFO_MAX_SESSIONS_INFO"])
+    message = program.dialog("IDC_LONG_CONTINUE")
+    session.take("long-message", message)
+    program.press(message, "IDC_LONG_CONTINUE")
+    program.press(options, "CANCEL")
+    program.select(1)
+    session.take_dialog("options-udp", "ID_PFO_EDIT", "IDC_PFO_LOCAL_PORT")
+    choice = "IDC_LANGUAGE_" + {"english": "ENGLISH", "german": "DEUTSCH"}[session.language]
+    session.take_dialog("language", "ID_LANGUAGE_CHANGE", "IDC_LANGUAGE_FILE", choice)
     session.take_tray_menu()
-
-
-CHOICE = {"english": "ENGLISH", "german": "DEUTSCH"}
 
 
 def main():
     for language, code in LANGUAGES.items():
         ops = operations()
         with tempfile.TemporaryDirectory() as folder:
-            with WindowsProgram(folder, settings_file.Settings(ops, language=code, tray=True)) as program:
+            settings = settings_file.Settings(ops, language=code, tray=1, tray_only_minimised=0, **STYLE)
+            with WindowsProgram(folder, settings, "-noinstall").wait_for_main() as program:
                 clients = traffic(ops)
                 take_all(Session(program, sys.argv[1], language))
-                program.close()
+                program.end()
                 for client in clients:
                     client.close()
     print(f"Pictures are in {sys.argv[1]}")

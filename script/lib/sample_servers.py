@@ -1,61 +1,128 @@
-"""Sample servers on loopback, on ports that the system chooses, and clients that go through the forwarder."""
+"""Echo servers, on ports that the system chooses unless told otherwise, and clients that may go through a forwarder.
+
+Waits are for an event and end with it; the deadline only bounds a failure.
+"""
+import selectors
 import socket
-import socketserver
 import threading
+import time
+
+LOCALHOST = "127.0.0.1"
+DEADLINE = 60
+KINDS = {"tcp": socket.SOCK_STREAM, "udp": socket.SOCK_DGRAM}
 
 
-class TcpEcho(socketserver.BaseRequestHandler):
-    def handle(self):
-        while data := self.request.recv(65536):
-            self.request.sendall(data)
+def wait_for(condition, what):
+    """Waits until the condition holds; gives what made it so."""
+    end = time.monotonic() + DEADLINE
+    while not (met := condition()):
+        if time.monotonic() > end:
+            raise AssertionError(f"waited in vain for {what() if callable(what) else what}")
+        time.sleep(0.005)
+    return met
 
 
-class UdpEcho(socketserver.BaseRequestHandler):
-    def handle(self):
-        data, reply = self.request
-        reply.sendto(data, self.client_address)
-
-
-class TcpServer(socketserver.ThreadingTCPServer):
-    daemon_threads = True
-
-
-def start(kind):
-    """The port of a new server that sends back what it gets; kind is "tcp" or "udp"."""
-    if kind == "tcp":
-        server = TcpServer(("127.0.0.1", 0), TcpEcho)
-    else:
-        server = socketserver.UDPServer(("127.0.0.1", 0), UdpEcho)
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    return server.server_address[1]
-
-
-def free_port(kind):
+def free_port(kind, ip=LOCALHOST):
     """A port that nothing is bound to at this moment."""
-    with socket.socket(type=socket.SOCK_STREAM if kind == "tcp" else socket.SOCK_DGRAM) as probe:
-        probe.bind(("127.0.0.1", 0))
+    with socket.socket(type=KINDS[kind]) as probe:
+        probe.bind((ip, 0))
         return probe.getsockname()[1]
 
 
-class Client:
-    """Connected to a port of the forwarder; every echo is checked."""
+class EchoServer:
+    """Sends back what it gets, by one thread for any number of connections."""
 
-    def __init__(self, kind, port):
-        self.socket = socket.socket(type=socket.SOCK_STREAM if kind == "tcp" else socket.SOCK_DGRAM)
-        self.socket.settimeout(30)
-        self.socket.connect(("127.0.0.1", port))
+    def __init__(self, kind, ip=LOCALHOST, port=0):
+        self.kind = kind
+        self.socket = socket.socket(type=KINDS[kind])
+        self.socket.bind((ip, port))
+        self.port = self.socket.getsockname()[1]
+        if kind == "tcp":
+            self.socket.listen(128)
+        self.clients = []  # addresses that connected or sent
+        self.wake, self.woken = socket.socketpair()
+        self.selector = selectors.DefaultSelector()
+        for opened in (self.woken, self.socket):
+            self.selector.register(opened, selectors.EVENT_READ)
+        self.thread = threading.Thread(target=self.run, daemon=True)
+        self.thread.start()
+
+    def run(self):
+        while True:
+            for key, _ in self.selector.select():
+                if key.fileobj is self.woken:
+                    return
+                self.serve(key.fileobj)
+
+    def serve(self, ready):
+        if self.kind == "udp":
+            data, client = ready.recvfrom(65536)
+            self.clients.append(client)
+            ready.sendto(data, client)
+        elif ready is self.socket:
+            connection, client = ready.accept()
+            self.clients.append(client)
+            self.selector.register(connection, selectors.EVENT_READ)
+        else:
+            self.echo(ready)
+
+    def echo(self, connection):
+        try:
+            data = connection.recv(65536)
+            connection.sendall(data)
+        except ConnectionError:
+            data = b""
+        if not data:
+            self.selector.unregister(connection)
+            connection.close()
+
+    def close(self):
+        """Ends its connections too. Once or more often."""
+        if self.socket.fileno() < 0:
+            return
+        self.wake.send(b"x")
+        self.thread.join(DEADLINE)
+        for key in list(self.selector.get_map().values()):
+            key.fileobj.close()
+        self.wake.close()
+        self.selector.close()
+
+
+class Client:
+    """Connected from any address of this machine, until it is closed."""
+
+    def __init__(self, kind, port, ip=LOCALHOST, to_ip=LOCALHOST):
+        self.socket = socket.socket(type=KINDS[kind])
+        self.socket.settimeout(DEADLINE)
+        try:
+            self.socket.bind((ip, 0))
+            self.socket.connect((to_ip, port))
+        except OSError:
+            self.close()
+            raise
+        self.ip, self.port = self.socket.getsockname()
+
+    def receive(self, size):
+        """That many bytes; fewer if the connection ended."""
+        data = bytearray()
+        while len(data) < size and (piece := self.socket.recv(65536)):
+            data += piece
+        return bytes(data)
 
     def echo(self, data):
-        self.socket.sendall(data)
+        """What came back, as much as was sent; less if the connection ended. Never more than a piece is on its way."""
         back = b""
-        while len(back) < len(data):
-            piece = self.socket.recv(65536)
-            if not piece:
-                break
-            back += piece
-        if back != data:
-            raise RuntimeError(f"sent {len(data)} bytes and got back {len(back)} of them, or other ones")
-        return len(back)
+        for at in range(0, len(data), 65536):
+            self.socket.sendall(data[at : at + 65536])
+            back += self.receive(len(data[at : at + 65536]))
+        return back
+
+    def is_closed(self):
+        """Waits for the other side's end."""
+        try:
+            return self.socket.recv(1) == b""
+        except ConnectionError:
+            return True
 
     def close(self):
         self.socket.close()

@@ -1,79 +1,75 @@
-"""The Linux program as a process that is started, watched and ended."""
-import pathlib
-import queue
+"""Either program as a process that is started, watched and ended."""
+import os
 import signal
 import subprocess
-import threading
-import time
+import tempfile
 
-WAIT_SECONDS = 60
+from sample_servers import DEADLINE, wait_for
+
+# The thread sanitizer sleeps for a second at the end unless told not to.
+ENVIRONMENT = {**os.environ, "TSAN_OPTIONS": os.environ.get("TSAN_OPTIONS", "") + " atexit_sleep_ms=0"}
+# Ends with this process, in whatever way that ends.
+BOUND = ("setpriv", "--pdeathsig", "KILL")
 
 
-class Zelkor:
-    """A running program; its output is collected line by line."""
+class Process:
+    """A run. Its outputs go into files: a desktop that Wine starts with it, and that stays, would hold a pipe open."""
 
-    def __init__(self, program, *arguments, **options):
-        self.process = subprocess.Popen(
-            [str(program), *map(str, arguments)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, **options
-        )
-        self.out = _Lines(self.process.stdout)
-        self.err = _Lines(self.process.stderr)
+    def __init__(self, *command, **options):
+        self.files = [tempfile.TemporaryFile() for _ in range(2)]
+        self.process = subprocess.Popen([*BOUND, *map(str, command)], stdin=subprocess.DEVNULL, stdout=self.files[0],
+                                        stderr=self.files[1], env=ENVIRONMENT, **options)  # fmt: skip
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        if self.process.poll() is None:
-            self.process.kill()
-        self.process.wait()
-        self.out.finish()
-        self.err.finish()
+        self.kill()
+        for file in self.files:
+            file.close()
 
-    def wait_started(self, count=1):
-        """Waits until this many operations have been started; gives their lines."""
-        return [self.out.wait("started ") for _ in range(count)]
+    def lines(self, file):
+        data = os.pread(file.fileno(), 1 << 24, 0)
+        return data[: data.rfind(b"\n") + 1].decode("cp1252", errors="replace").splitlines()
+
+    @property
+    def out(self):
+        """The whole lines of standard output up to now."""
+        return self.lines(self.files[0])
+
+    @property
+    def err(self):
+        return self.lines(self.files[1])
+
+    def wait_until(self, condition, what="output"):
+        """Waits until the condition holds, and gives what made it so. It is an error if the process ends without."""
+        over = object()
+
+        def met():
+            ended = self.process.poll() is not None  # asked first: what came before the end counts
+            return condition() or (over if ended else None)
+
+        result = wait_for(met, lambda: f"{what} of {self}")
+        if result is over:
+            raise AssertionError(f"it ended without {what}: {self}")
+        return result
+
+    def __str__(self):
+        return f"{self.process.args[len(BOUND) :]} (code {self.process.returncode}): {self.out} {self.err}"
+
+    def exit_code(self):
+        """Waits for the end."""
+        code = self.process.wait(DEADLINE)
+        if any("Sanitizer" in line or "runtime error" in line for line in self.err):
+            raise AssertionError("\n".join(self.err))
+        return code
 
     def end(self, number=signal.SIGTERM):
-        """Sends the signal and gives the exit code."""
+        """The exit code after this signal."""
         self.process.send_signal(number)
-        return self.process.wait(WAIT_SECONDS)
+        return self.exit_code()
 
-
-class _Lines:
-    """The lines of a pipe, read by a thread of its own."""
-
-    def __init__(self, pipe):
-        self.lines = []
-        self._pipe = pipe
-        self._new = queue.Queue()
-        self._thread = threading.Thread(target=self._read, daemon=True)
-        self._thread.start()
-
-    def _read(self):
-        for line in self._pipe:
-            self.lines.append(line.rstrip("\n"))
-            self._new.put(line.rstrip("\n"))
-        self._new.put(None)
-
-    def wait(self, part):
-        """The next line that holds the text; an error when the pipe ends or nothing comes."""
-        while (line := self._new.get(timeout=WAIT_SECONDS)) is not None:
-            if part in line:
-                return line
-        raise AssertionError(f"no line with {part!r} among {self.lines}")
-
-    def finish(self):
-        self._thread.join(WAIT_SECONDS)
-        self._pipe.close()
-
-
-def wait_for_file(path, is_enough):
-    """Polls a file's bytes until is_enough(bytes); gives them."""
-    end = time.monotonic() + WAIT_SECONDS
-    while True:
-        data = pathlib.Path(path).read_bytes() if pathlib.Path(path).exists() else b""
-        if is_enough(data):
-            return data
-        if time.monotonic() > end:
-            raise AssertionError(f"{path} holds {data!r}")
-        time.sleep(0.02)
+    def kill(self):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.exit_code()

@@ -1,105 +1,70 @@
-"""The command line: what it refuses, what it answers, and one operation run by it."""
-import re
+"""The Linux program's command line: what it refuses, what it answers, and one operation run by it."""
 import unittest
 
-from program import LOCALHOST, ProgramTest, free_port
+from e2e import LinuxTest
+from sample_servers import LOCALHOST
 
-ACCEPTED = r"\[Session accepted\]"
-ENDED = r"\[Session ended\]"
+TIME = r"Time: \[\d{4}\.\d\d\.\d\d - \d\d:\d\d:\d\d\.\d{3}\]"
 
 
-class CommandLine(ProgramTest):
-    def test_help_and_version_are_answered(self):
-        for argument, first in (("--help", "Usage:"), ("--version", "Velmoorstack ZELKOR v1.0.7.2 [2007.01.25]")):
-            with self.subTest(argument):
-                program = self.run_program(argument)
-                self.assertEqual(program.exit_code(), 0)
-                self.assertEqual(program.out[0], first)
-                self.assertEqual(program.err, [])
+def entry(event, port, client, protocol="TCP"):
+    """A line of the log in the program's own layout."""
+    return (rf"\[{event}\], Local IP: {LinuxTest.ip:>15}, Local port: {port:5}, Protocol: {protocol}, "
+            rf"Connector's IP: {client.ip:>15}, Connector's port: {client.port:5}, {TIME}")  # fmt: skip
 
-    def test_wrong_arguments_get_the_usage(self):
-        cases = (
-            ("", "operation needs"),
-            ("--verbose", "--verbose"),
-            ("--help --version", "unknown option --help"),
-            ("sctp 127.0.0.1:8080 localhost:80", "not sctp"),
-            ("tcp 127.0.0.1:8080", "operation needs"),
-            ("tcp 127.0.0.1:8080 localhost:80 more", "operation needs"),
-            ("tcp localhost:8080 localhost:80", "numeric address"),
-            ("tcp 127.0.0.1:0 localhost:80", "from 1 to 65535"),
-            ("tcp 127.0.0.1:8080 localhost:65536", "not localhost:65536"),
-            ("tcp 127.0.0.1:8080 localhost", "not localhost"),
-            ("--max 0 tcp 127.0.0.1:8080 localhost:80", "above 0, not 0"),
-            ("--timeout 999 udp 127.0.0.1:8080 localhost:80", "not 999"),
-            ("--log", "--log needs a value"),
-        )
-        for arguments, reason in cases:
+
+class CommandLine(LinuxTest):
+    def test_what_starts_nothing(self):
+        taken = f"{LOCALHOST}:{self.servers['tcp'].port}"
+        for arguments, code, first, usage in (
+            ("--help", 0, "Usage:", False),
+            ("--version", 0, r"Velmoorstack ZELKOR v1\.0\.7\.2 \[2007\.01\.25\]", False),
+            ("", 1, "zelkor: .*operation needs.*", True),
+            ("--verbose", 1, "zelkor: .*--verbose.*", True),
+            ("tcp localhost:8080 localhost:80", 1, "zelkor: .*numeric address.*", True),
+            ("missing.KVR", 2, "zelkor: missing.KVR cannot be read: No such file or directory", False),
+            (f"tcp {taken} :9", 3, f"zelkor: not started: TCP {taken} -> the client's own address:9: .*in use", False),
+        ):
             with self.subTest(arguments):
-                code, lines = self.refusal(*arguments.split())
-                self.assertEqual(code, 1)
-                self.assertTrue(lines[0].startswith("zelkor: ") and reason in lines[0], lines[0])
-                self.assertEqual(lines[1], "Usage:")
+                program = self.run_program(*arguments.split())
+                self.assertEqual(program.exit_code(), code)
+                told, silent = (program.err, program.out) if code else (program.out, program.err)
+                self.assertRegex(told[0], f"^{first}$")
+                self.assertEqual("Usage:" in told[1:], usage)
+                self.assertEqual(silent, [])
 
-    def test_a_tcp_operation_carries_data_and_logs_both_events(self):
-        server = self.server("tcp")
-        program, port = self.start_operation("tcp", f"localhost:{server.port}", "--log", self.log)
-        self.assertEqual(program.out, [f"started TCP {LOCALHOST}:{port} -> localhost:{server.port}"])
-        client = self.client("tcp", port)
-        data = bytes(range(256)) * 64
-        self.assertEqual(client.echo(data), data)
-        client.close()
-        rest = (
-            rf", Local IP:       127\.0\.0\.1, Local port: {port:5}, Protocol: TCP, "
-            rf"Connector's IP:       127\.0\.0\.1, Connector's port: {client.port:5}, "
-            rf"Time: \[\d{{4}}\.\d\d\.\d\d - \d\d:\d\d:\d\d\.\d{{3}}\]"
-        )
-        log = self.wait_for_log(ACCEPTED + rest, ENDED + rest)
-        self.assertRegex(log, rb"\A\r\n\[Session accepted\][^\r\n]*\r\n\[Session ended\][^\r\n]*\Z")
-        self.assert_ends_orderly(program)
-        self.assertEqual(program.err, [])
-
-    def test_a_udp_operation_ends_a_silent_session(self):
-        server = self.server("udp")
-        target = f"{LOCALHOST}:{server.port}"
-        program, port = self.start_operation("udp", target, "--timeout", "1000", "--log", self.log)
-        client = self.client("udp", port)
-        for size in (1, 1400, 60000):
-            self.assertEqual(client.echo(bytes(size)), bytes(size))
-        self.wait_for_log(ACCEPTED + ".*Protocol: UDP.*", ENDED + ".*Protocol: UDP.*")
-        self.assertEqual(client.echo(b"again"), b"again")
-        self.wait_for_log(*[ACCEPTED + ".*"] * 2)
-        self.assert_ends_orderly(program)
-
-    def test_an_operation_without_a_host_goes_back_to_the_client(self):
-        server = self.server("tcp", ip="127.0.0.7")
-        program, port = self.start_operation("tcp", f":{server.port}")
-        self.assertIn("the client's own address", program.out[0])
-        self.assertEqual(self.client("tcp", port, ip="127.0.0.7").echo(b"own"), b"own")
-
-    def test_a_client_beyond_the_limit_is_closed_and_logged(self):
-        server = self.server("tcp")
-        target = f"{LOCALHOST}:{server.port}"
-        _, port = self.start_operation("tcp", target, "--max", "2", "--log", self.log)
+    def test_a_tcp_operation_carries_logs_and_keeps_its_limit(self):
+        target = f"localhost:{self.servers['tcp'].port}"
+        program, port = self.start_operation("tcp", target, "--max", "2", "--log", self.log)
+        self.assertEqual(program.out, [f"started TCP {self.ip}:{port} -> {target}"])
         inside = [self.client("tcp", port) for _ in range(2)]
         for client in inside:
-            self.assertEqual(client.echo(b"in"), b"in")
-        self.assertTrue(self.client("tcp", port).is_closed())
-        self.wait_for_log(r"\[Session rejected - too many sessions\].*")
-        self.assertEqual(inside[0].echo(b"still"), b"still")
+            self.assertEqual(client.echo(bytes(range(256)) * 64), bytes(range(256)) * 64)
+        beyond = self.client("tcp", port)
+        self.assertTrue(beyond.is_closed())
+        inside[0].close()
+        events = [entry("Session accepted", port, client) for client in inside]
+        events += [entry("Session rejected - too many sessions", port, beyond), entry("Session ended", port, inside[0])]
+        self.wait_for_log(*events)
+        self.assertEqual(inside[1].echo(b"still"), b"still")
+        self.servers["tcp"].close()
+        refused = self.client("tcp", port)
+        self.assertTrue(refused.is_closed())
+        events += [entry("Session ended", port, inside[1]),
+                   entry("Session rejected - unable to establish remote host connection", port, refused)]  # fmt: skip
+        self.wait_for_log(*events)
+        self.assert_ends(program)
 
-    def test_a_server_that_is_not_there_is_logged(self):
-        target = f"{LOCALHOST}:{free_port('tcp')}"
-        program, port = self.start_operation("tcp", target, "--log", self.log)
-        self.assertTrue(self.client("tcp", port).is_closed())
-        self.wait_for_log(r"\[Session rejected - unable to establish remote host connection\].*")
-        self.assert_ends_orderly(program)
-
-    def test_a_port_in_use_is_told_with_the_reason(self):
-        taken = self.server("tcp")
-        code, lines = self.refusal("tcp", f"{LOCALHOST}:{taken.port}", f"{LOCALHOST}:9")
-        self.assertEqual(code, 3)
-        self.assertEqual(len(lines), 1)
-        self.assertRegex(lines[0], re.escape(f"TCP {LOCALHOST}:{taken.port} -> {LOCALHOST}:9: ") + ".*already in use")
+    def test_a_udp_operation_ends_a_silent_session(self):
+        target = f"{LOCALHOST}:{self.servers['udp'].port}"
+        program, port = self.start_operation("udp", target, "--timeout", "1000", "--log", self.log)
+        client = self.client("udp", port)
+        events = []
+        for size in (60000, 1):
+            self.assertEqual(client.echo(bytes(size)), bytes(size))
+            events += [entry(f"Session {word}", port, client, "UDP") for word in ("accepted", "ended")]
+            self.wait_for_log(*events)
+        self.assert_ends(program)
 
 
 if __name__ == "__main__":

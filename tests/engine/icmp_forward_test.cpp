@@ -1,23 +1,20 @@
 // Needs a system that answers for its routes and delivers errors to a socket that is waiting: not Wine.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 
 #include "tests/engine/engine_fixture.h"
 
 TEST_F(EngineTest, AClosedRemotePortReachesTheClientsOwnSocket) {
-    CSocket hProbe;
-    if (hProbe.Open(SocketKind::RawIcmp) != 0) GTEST_SKIP() << "raw sockets need a privileged process";
-    hProbe.Close();
-    const uint16_t wClosed = CPeer::Udp().Port();
+    if (CSocket().Open(SocketKind::RawIcmp) != 0) GTEST_SKIP() << "raw sockets need a privileged process";
+    const uint16_t wClosed = CPeer::Server(SocketKind::Udp).Port();
     for (const bool bBounce : {false, true}) {
-        CPortForwardOp& op = MakeOp(kProtocolUdp, wClosed);
-        op.m_settings.m_bForwardIcmp = 1;
-        op.m_settings.m_bBounce = bBounce ? 1 : 0;
-        ASSERT_TRUE(op.Start()) << op.m_nStartError;
+        CPortForwardOp& op = Start(kProtocolUdp, [&](auto& settings) {
+            settings.m_wRemotePort = wClosed;
+            settings.m_bForwardIcmp = 1;
+            settings.m_bBounce = bBounce ? 1 : 0;
+        });
         EXPECT_EQ(op.m_nThreads, 2);
-        CPeer client = CPeer::ConnectUdp(PortOf(op));
+        CPeer client = ClientOf(op);
         std::atomic<bool> bTold = false;
         // The error can come back ahead of the record of its session, so that the first one finds nobody to tell.
         std::thread sender([&] {
@@ -32,15 +29,10 @@ TEST_F(EngineTest, AClosedRemotePortReachesTheClientsOwnSocket) {
         sender.join();
         EXPECT_EQ(received.nBytes, -1);
         EXPECT_TRUE(IsConnectionResetError(received.nError)) << received.nError;
-        ExpectStopped(op);
     }
 }
 
-TEST_F(EngineTest, AClientWithoutAWayIsItsOwnLocalAddress) {
-    CSocket hAny;
-    uint32_t dwLoopback = 0;
-    ASSERT_TRUE(ParseIpAddress("127.0.0.1", &dwLoopback));
-    EXPECT_EQ(hAny.LocalAddressToward(dwLoopback), dwLoopback);
+TEST(LocalAddress, AClientWithoutAWayIsItsOwn) {
     const uint32_t dwNowhere = 0xFFFFFFFF;  // a datagram socket is refused the broadcast address
-    EXPECT_EQ(hAny.LocalAddressToward(dwNowhere), dwNowhere);
+    for (const uint32_t dwIp : {Loopback().dwIp, dwNowhere}) EXPECT_EQ(CSocket().LocalAddressToward(dwIp), dwIp);
 }

@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "engine/icmp_forward.h"
 #include "engine/icmp_packet.h"
-#include "engine/port_forward_op.h"
+#include "engine/icmp_forward.h"
+#include "tests/engine/engine_fixture.h"
 
 namespace {
 
@@ -21,18 +17,6 @@ Endpoint At(uint32_t dwNumber, uint16_t wPort) {
     return {IpFromNumber(dwNumber), wPort};
 }
 
-// Sessions of three clients. All but the first have the local port of the datagram in Error.
-void AddSessions(CPortForwardOp* pOp) {
-    std::shared_ptr<UdpSession>* ppLink = &pOp->m_UdpSessionHead.pNext;
-    for (const uint16_t wNumber : {uint16_t{1}, uint16_t{2}, uint16_t{3}}) {
-        *ppLink = std::make_shared<UdpSession>();
-        (*ppLink)->dwClientIp = IpFromNumber(0x0A000007U + wNumber);
-        (*ppLink)->wClientPort = static_cast<uint16_t>(1000 + wNumber);
-        (*ppLink)->wLocalPort = wNumber == 1 ? 0x1235 : 0x1234;
-        ppLink = &(*ppLink)->pNext;
-    }
-}
-
 bool IsTaken(size_t nAt, uint8_t bValue) {
     std::vector<uint8_t> packet = Error();
     packet[nAt] = bValue;
@@ -46,52 +30,49 @@ TEST(IcmpPacket, OnlyErrorsAboutIpv4DatagramsAreTaken) {
     ASSERT_TRUE(quoted);
     EXPECT_EQ(quoted->target, At(0x0A000009, 80));
     EXPECT_EQ(quoted->wSourcePort, 0x1234);
+    const struct {
+        size_t nAt;
+        std::vector<uint8_t> taken, refused;
+    } cases[] = {{0, {0x4F}, {0x65}},  // versions count, header lengths do not
+                 {20, {4, 11}, {0, 5, 8, 12}},
+                 {21, {200}, {}},  // any code
+                 {28, {0x4F}, {0x65}},
+                 {37, {6}, {}}};  // any quoted protocol
+    for (const auto& [nAt, taken, refused] : cases) {
+        for (const uint8_t bValue : taken) EXPECT_TRUE(IsTaken(nAt, bValue)) << nAt;
+        for (const uint8_t bValue : refused) EXPECT_FALSE(IsTaken(nAt, bValue)) << nAt;
+    }
     std::vector<uint8_t> cutOff = Error();
-    cutOff.resize(55);
+    cutOff.pop_back();
     EXPECT_FALSE(ReadIcmpError(cutOff));
     EXPECT_FALSE(ReadIcmpError({}));
-    EXPECT_TRUE(IsTaken(20, 4));
-    EXPECT_TRUE(IsTaken(20, 11));
-    EXPECT_TRUE(IsTaken(21, 200)) << "any code";
-    for (const uint8_t bType : std::vector<uint8_t>{0, 5, 8, 12}) EXPECT_FALSE(IsTaken(20, bType));
-    EXPECT_FALSE(IsTaken(0, 0x65));
-    EXPECT_FALSE(IsTaken(28, 0x65));
-    EXPECT_TRUE(IsTaken(0, 0x4F)) << "header lengths are not read";
-    EXPECT_TRUE(IsTaken(28, 0x4F));
-    EXPECT_TRUE(IsTaken(37, 6)) << "nor is the quoted protocol";
 }
 
 TEST(IcmpPacket, TheMessageQuotesTheDatagramThatTheClientSent) {
-    const auto message = BuildIcmpMessage(Error(), At(0xC0A80105, 1234), At(0xC0A80101, 5000));
-    const std::vector<uint8_t> expected = {3,    3,    0,    0,    0,    0,    0,    7,  // ICMP
-                                           0x45, 0x10, 0,    33,   0x12, 0x34, 0x40, 0,   63, 17,
-                                           0,    0,    192,  168,  1,    5,    192,  168, 1,  1,  // quoted
-                                           0x04, 0xD2, 0x13, 0x88, 0,    13,   0,    0};          // UDP
-    std::vector<uint8_t> sent(message.begin(), message.end());
-    EXPECT_EQ(InternetChecksum(sent), 0) << "a right checksum makes the sum of all come out as zero";
-    EXPECT_EQ(InternetChecksum({sent.data() + 8, 20}), 0);
-    sent[2] = sent[3] = sent[18] = sent[19] = 0;
-    EXPECT_EQ(sent, expected);
-}
-
-TEST(IcmpPacket, ChecksumFoldsItsCarries) {
-    const uint8_t rfcExample[] = {0x00, 0x01, 0xF2, 0x03, 0xF4, 0xF5, 0xF6, 0xF7};  // RFC 1071, section 3
-    EXPECT_EQ(InternetChecksum(rfcExample), static_cast<uint16_t>(~0xDDF2));
-    const std::vector<uint8_t> ones(36, 0xFF);
-    EXPECT_EQ(InternetChecksum(ones), 0);
+    EXPECT_THAT(BuildIcmpMessage(Error(), At(0xC0A80105, 1234), At(0xC0A80101, 5000)),
+                testing::ElementsAre(3, 3, 0xE4, 0x8E, 0, 0, 0, 7,                                      // ICMP
+                                     0x45, 0x10, 0, 0x21, 0x12, 0x34, 0x40, 0, 0x3F, 0x11, 0xA6, 0x31,  // quoted
+                                     0xC0, 0xA8, 1, 5, 0xC0, 0xA8, 1, 1, 4, 0xD2, 0x13, 0x88, 0, 0x0D, 0, 0));  // UDP
+    EXPECT_EQ(InternetChecksum(std::vector<uint8_t>{0xFF, 0xFF, 0xFF, 0xFF, 0, 1}), 0xFFFE) << "two carries";
 }
 
 TEST(IcmpPacket, TheFirstSessionOfTheDatagramIsTold) {
     CPortForwardOp op;
-    AddSessions(&op);
+    std::shared_ptr<UdpSession>* ppLink = &op.m_UdpSessionHead.pNext;
+    for (const uint16_t wNumber : std::vector<uint16_t>{8, 9, 10}) {
+        *ppLink = std::make_shared<UdpSession>();
+        (*ppLink)->dwClientIp = IpFromNumber(0x0A000000U + wNumber);
+        (*ppLink)->wClientPort = wNumber;
+        (*ppLink)->wLocalPort = wNumber == 8 ? 0x1235 : 0x1234;
+        ppLink = &(*ppLink)->pNext;
+    }
     op.m_settings.m_wRemotePort = 80;
     op.m_settings.m_strRemoteHost = "10.0.0.9";
-    const QuotedDatagram quoted = {At(0x0A000009, 80), 0x1234};
-    EXPECT_EQ(FindClientOfDatagram(op, quoted), At(0x0A000009, 1002));
+    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1234}), At(0x0A000009, 9));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 81), 0x1234}));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000008, 80), 0x1234}));
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1236}));
     op.m_settings.m_strRemoteHost = " ";
-    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A00000A, 80), 0x1234}), At(0x0A00000A, 1003)) << "its own client's";
+    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A00000A, 80), 0x1234}), At(0x0A00000A, 10)) << "its own client's";
     EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A00000B, 80), 0x1234}));
 }

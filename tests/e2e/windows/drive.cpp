@@ -1,151 +1,90 @@
-// Drives the windows of a running program from the command line, for demonstrations and pictures.
+// Makes Win32 calls for a program that is none of Windows, so that it can drive the windows there.
 //
-// The arguments are steps, carried out in their order; numbers are those of resources/resource.h:
-//   wait                  until the main window stands
-//   show                  prints the list and the status lines
-//   select ROW            clicks a row
-//   fresh                 until the data rate has started over, as it does for a newly selected row, and is not zero
-//   until ID TEXT         until this line of the main window reads so
-//   command ID            gives the main window a command
-//   dialog ID             until a dialog with this control is open; the steps below go to that dialog
-//   press ID, set ID TEXT, choose ID        a button, an edit box, a radio button or check box of it
-//   gone                  until it has closed
-//   place                 prints left, top, right and bottom of the dialog, or of the main window
-//   close                 closes the main window
-// Ends with code 1 at the first step that fails.
-#include <cstdio>
-#include <deque>
-#include <map>
+// Each line of standard input is a call: library, function and at most twelve arguments, separated by blanks.
+//   NUMBER    this value, negative or not
+//   =BYTES    the address of these bytes, given in hexadecimal, and a NUL behind them
+//   ~SIZE     the address of so many zero bytes, for what the function writes
+// The answer is a line: the result as an unsigned number of 64 bits, and for each argument that is an address a point
+// and the bytes that now stand there, in hexadecimal, up to the last one that is not zero. The first call that cannot
+// be made ends the program with code 1, the end of the input with 0.
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <list>
+#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 
-#include "resources/resource.h"
-#include "tests/e2e/windows/remote_list.h"
-#include "tests/support/wait.h"
+#include "platform/system/windows_api.h"
 
 namespace {
 
-/// A window that a user can use and that has this control.
-CRemoteWindow WaitForWindowWith(int nControl) {
-    CRemoteWindow found;
-    static_cast<void>(WaitFor([&] {
-        for (const CRemoteWindow& window : WindowsOf(kAnyProcess)) {
-            if (window.IsEnabled() && window.Control(nControl).Exists()) found = window;
-        }
-        return found.Exists();
-    }));
-    return found;
+using Values = std::array<uintptr_t, 12>;
+
+std::string FromHex(const std::string& strHex) {
+    std::string strBytes;
+    for (size_t n = 0; n + 1 < strHex.size(); n += 2) {
+        strBytes += static_cast<char>(std::strtoul(strHex.substr(n, 2).c_str(), nullptr, 16));
+    }
+    return strBytes;
 }
 
-class CDriver {
-  public:
-    explicit CDriver(std::deque<std::string> arguments) : m_arguments(std::move(arguments)) {}
+std::string ToHex(const std::string& strBytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string strHex;
+    for (const char ch : strBytes.substr(0, strBytes.find_last_not_of('\0') + 1)) {
+        strHex += kDigits[static_cast<unsigned char>(ch) >> 4];
+        strHex += kDigits[ch & 15];
+    }
+    return strHex;
+}
 
-    int Run() {
-        while (!m_arguments.empty()) {
-            const std::string strStep = Next();
-            const auto it = kSteps.find(strStep);
-            if (it != kSteps.end() && (this->*it->second)()) continue;
-            std::printf("failed: %s\n", strStep.c_str());
-            return 1;
-        }
-        return 0;
-    }
+/// Null when there is no such function.
+FARPROC FunctionOf(std::istream& line) {
+    std::string strLibrary;
+    std::string strFunction;
+    line >> strLibrary >> strFunction;
+    const HMODULE hLibrary = LoadLibraryA(strLibrary.c_str());
+    return hLibrary ? GetProcAddress(hLibrary, strFunction.c_str()) : nullptr;
+}
 
-  private:
-    using Step = bool (CDriver::*)();
-    static const std::map<std::string, Step> kSteps;
+// The caller of a function clears the stack here, so that arguments beyond those it takes do no harm.
+template <size_t... N>
+uint64_t Call(FARPROC pfnFunction, const Values& values, std::index_sequence<N...> /*all*/) {
+    using Function = uint64_t(WINAPI*)(std::tuple_element_t<N, Values>...);
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(pfnFunction))(values[N]...);
+}
 
-    std::string Next() {
-        if (m_arguments.empty()) return {};
-        const std::string strNext = m_arguments.front();
-        m_arguments.pop_front();
-        return strNext;
+/// False when the call cannot be made.
+bool Answer(const std::string& strLine) {
+    std::istringstream line(strLine);
+    const FARPROC pfnFunction = FunctionOf(line);
+    if (!pfnFunction) return false;
+    Values values = {};
+    size_t nValues = 0;
+    std::list<std::string> bytes;
+    for (std::string strWord; line >> strWord; ++nValues) {
+        if (nValues == values.size()) return false;
+        const char chKind = strWord[0];
+        if (chKind == '=') bytes.push_back(FromHex(strWord.substr(1)));
+        if (chKind == '~') bytes.emplace_back(std::strtoul(strWord.c_str() + 1, nullptr, 10), '\0');
+        values[nValues] = chKind == '=' || chKind == '~'
+                              ? reinterpret_cast<uintptr_t>(bytes.back().data())
+                              : static_cast<uintptr_t>(std::strtoll(strWord.c_str(), nullptr, 10));
     }
-    int NextNumber() { return std::atoi(Next().c_str()); }
-    CRemoteWindow Main() {
-        if (!m_main.Exists()) m_main = WaitForWindowWith(IDC_MAIN_LIST);
-        return m_main;
-    }
-
-    // The first count is written by a timer, which comes only behind the whole start-up.
-    bool Wait() {
-        return WaitFor([this] { return Main().Text(IDC_MAIN_PROGRAM_THREADS) >= "3"; });
-    }
-    bool Show() {
-        const CRemoteList list(Main().Control(IDC_MAIN_LIST));
-        for (const std::string& strRow : list.Rows()) std::printf("  %s\n", strRow.c_str());
-        static constexpr int kLines[][2] = {{IDC_MAIN_PROGRAM_THREADS_LABEL, IDC_MAIN_PROGRAM_THREADS},
-                                            {IDC_MAIN_PROGRAM_SESSIONS_LABEL, IDC_MAIN_PROGRAM_SESSIONS},
-                                            {IDC_MAIN_PFO_THREADS_LABEL, IDC_MAIN_PFO_THREADS},
-                                            {IDC_MAIN_PFO_SESSIONS_LABEL, IDC_MAIN_PFO_SESSIONS},
-                                            {IDC_MAIN_PFO_TOTAL_LABEL, IDC_MAIN_PFO_TOTAL},
-                                            {IDC_MAIN_CLIENT_BYTES_LABEL, IDC_MAIN_CLIENT_BYTES},
-                                            {IDC_MAIN_CLIENT_RATE_LABEL, IDC_MAIN_CLIENT_RATE},
-                                            {IDC_MAIN_SERVER_BYTES_LABEL, IDC_MAIN_SERVER_BYTES},
-                                            {IDC_MAIN_SERVER_RATE_LABEL, IDC_MAIN_SERVER_RATE}};
-        for (const auto& [nLabel, nValue] : kLines) {
-            std::printf("  %s %s\n", Main().Text(nLabel).c_str(), Main().Text(nValue).c_str());
-        }
-        return Main().Exists();
-    }
-    bool Select() { return CRemoteList(Main().Control(IDC_MAIN_LIST)).Select(NextNumber()); }
-    bool Fresh() {
-        const auto IsZero = [this] { return Main().Text(IDC_MAIN_CLIENT_RATE).starts_with("0 "); };
-        return WaitFor(IsZero) && WaitFor([&] { return !IsZero(); });
-    }
-    bool Until() {
-        const int nControl = NextNumber();
-        const std::string strText = Next();
-        return WaitFor([&] { return Main().Text(nControl) == strText; });
-    }
-    bool Command() {
-        Main().Command(NextNumber());
-        return true;
-    }
-    bool Dialog() {
-        m_dialog = WaitForWindowWith(NextNumber());
-        return m_dialog.Exists();
-    }
-    bool Press() {
-        m_dialog.Command(NextNumber());
-        return m_dialog.Exists();
-    }
-    bool Set() {
-        const int nControl = NextNumber();
-        m_dialog.SetText(nControl, Next());
-        return m_dialog.Exists();
-    }
-    bool Choose() {
-        m_dialog.Check(NextNumber());
-        return m_dialog.Exists();
-    }
-    bool Gone() {
-        return WaitFor([this] { return !m_dialog.Exists(); });
-    }
-    bool Place() {
-        const RECT rect = m_dialog.Exists() ? m_dialog.Rect() : Main().Rect();
-        return std::printf("%ld %ld %ld %ld\n", rect.left, rect.top, rect.right, rect.bottom) > 0;
-    }
-    bool Close() {
-        const CRemoteWindow main = Main();
-        main.Post(WM_CLOSE);
-        return WaitFor([&] { return !main.Exists(); });
-    }
-
-    std::deque<std::string> m_arguments;
-    CRemoteWindow m_main;
-    CRemoteWindow m_dialog;
-};
-
-const std::map<std::string, CDriver::Step> CDriver::kSteps = {
-    {"wait", &CDriver::Wait},     {"show", &CDriver::Show},   {"select", &CDriver::Select},
-    {"fresh", &CDriver::Fresh},   {"until", &CDriver::Until}, {"command", &CDriver::Command},
-    {"dialog", &CDriver::Dialog}, {"press", &CDriver::Press}, {"set", &CDriver::Set},
-    {"choose", &CDriver::Choose}, {"gone", &CDriver::Gone},   {"place", &CDriver::Place},
-    {"close", &CDriver::Close}};
+    std::cout << Call(pfnFunction, values, std::make_index_sequence<std::tuple_size_v<Values>>());
+    for (const std::string& strBytes : bytes) std::cout << " ." << ToHex(strBytes);
+    std::cout << std::endl;
+    return true;
+}
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    return CDriver({argv + 1, argv + argc}).Run();
+int main() {
+    for (std::string strLine; std::getline(std::cin, strLine);) {
+        if (!Answer(strLine)) return 1;
+    }
+    return 0;
 }

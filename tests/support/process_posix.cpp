@@ -1,7 +1,7 @@
-#include <filesystem>
-#include <iterator>
+#include "tests/support/process.h"
 
-#include "tests/support/left_over.h"
+#include <cstdlib>
+#include <filesystem>
 
 namespace {
 
@@ -10,6 +10,12 @@ int32_t CountEntries(const char* pszFolder) {
 }
 
 }  // namespace
+
+void PrepareTestProcess() {}
+
+void EndTestProcess(int32_t nCode) {
+    std::exit(nCode);  // the sanitizers report at the end
+}
 
 int32_t CountHandles() {
     return CountEntries("/proc/self/fd");
