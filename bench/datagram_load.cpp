@@ -1,192 +1,131 @@
-#include "bench/datagram_load.h"
+#include <sys/epoll.h>
+#include <sys/socket.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <cstring>
-#include <optional>
+#include <stdexcept>
+
+#include "bench/load.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::chrono::milliseconds kLostAfter(250);
-// How often the losses are looked for.
-constexpr int32_t kLookMs = 20;
+constexpr std::chrono::milliseconds kLookEvery(20);  // for losses
+constexpr int kReadyAtOnce = 64;
+constexpr int kSendTries = 3;
 
-// One datagram's place among those that are on their way. Numbers of one place differ by nInFlight.
-struct Place {
-    uint64_t nNumber = 0;
-    Clock::time_point sent;
-    bool bOut = false;  // its echo is awaited
+struct Sent {
+    uint64_t nNumber;
+    Clock::time_point time;
 };
 
 struct Client {
     CDescriptor hSocket;
-    std::vector<Place> places;
-};
-
-// What has happened since the beginning.
-struct Counts {
-    uint64_t nSent = 0;
-    uint64_t nEchoed = 0;
-    uint64_t nLost = 0;
-    uint64_t nLate = 0;
-    uint64_t nForeign = 0;  // came, and are nothing that was sent
-};
-
-struct Mark {
-    Clock::time_point time;
-    uint64_t nEchoed = 0;
+    uint64_t nNext = 0;
+    std::vector<Sent> out;  // whose echoes are awaited, the oldest first
 };
 
 class CDatagramRun {
   public:
-    explicit CDatagramRun(const DatagramLoad& load) : m_load(load), m_message(load.nBytes, 'D') {}
+    explicit CDatagramRun(const Load& load) : m_load(load), m_message(load.numbers.at(1), 'D') {
+        for (uint32_t n = 0; n < load.numbers.at(0); ++n) {
+            m_clients.push_back({Connect(SOCK_DGRAM, load.wPort), 0, {}});
+            epoll_event event = {.events = EPOLLIN, .data = {.u32 = n}};
+            epoll_ctl(m_hPoller.Get(), EPOLL_CTL_ADD, m_clients.back().hSocket.Get(), &event);
+        }
+    }
 
-    // Empty, or what went wrong. Afterwards nothing is on its way any more.
-    std::string Run();
-    void AddTo(LoadResult* pResult) const;
+    // Afterwards nothing is on its way any more.
+    Figures Run(const Servers& servers) {
+        for (uint32_t n = 0; n < m_load.numbers.at(2); ++n)
+            for (Client& client : m_clients) Send(client);
+        double dSeconds = 0;
+        for (auto nextLook = m_now; !m_bOver || m_nSent > m_nEchoed + m_nLost;) {
+            std::array<epoll_event, kReadyAtOnce> ready = {};
+            const int nReady = epoll_wait(m_hPoller.Get(), ready.data(), kReadyAtOnce, kLookEvery.count());
+            m_now = Clock::now();
+            // The window of a busy machine is longer rather than empty.
+            if (!m_bOver && m_now >= m_begin + m_load.length && m_nInWindow > 0) {
+                dSeconds = std::chrono::duration<double>(m_now - m_begin).count();
+                m_bOver = true;
+            }
+            if (m_now > m_begin + m_load.length + kStall) throw std::runtime_error("no echo came");
+            for (int n = 0; n < nReady; ++n) ReadEchoes(m_clients[ready[static_cast<size_t>(n)].data.u32]);
+            if (m_now < nextLook) continue;
+            CountLosses();
+            nextLook = m_now + kLookEvery;
+        }
+        CheckSum(m_nEchoed <= servers.nDatagrams && servers.nDatagrams <= m_nSent, m_nEchoed, "datagrams came back",
+                 servers.nDatagrams);
+        return {{"done", m_nInWindow}, {"seconds", dSeconds}, {"sent", m_nSent},
+                {"total", m_nEchoed},  {"lost", m_nLost},     {"foreign", m_nForeign}};
+    }
 
   private:
-    std::string Open();
-    void Send(const Client& client, Place* pPlace);
-    void SendNext(const Client& client, Place* pPlace);
-    void ReadEchoes(Client* pClient);
-    void TakeEcho(Client* pClient, const char* pEcho, size_t nSize);
-    void CountLosses();
-    void SetMarks();
-    bool IsSending() const { return !m_end && m_strError.empty(); }
+    // As long as the run is on. A refusal that an earlier datagram met does not keep this one.
+    void Send(Client& client) {
+        if (m_bOver) return;
+        std::memcpy(m_message.data(), &client.nNext, sizeof client.nNext);
+        int nTries = kSendTries;
+        while (send(client.hSocket.Get(), m_message.data(), m_message.size(), 0) < 0) {
+            Require(errno == ECONNREFUSED && --nTries > 0, "sending a datagram");
+        }
+        client.out.push_back({client.nNext++, m_now});
+        ++m_nSent;
+    }
 
-    const DatagramLoad m_load;
+    void TakeEcho(Client& client, const char* pEcho, size_t nSize) {
+        uint64_t nNumber = client.nNext;
+        if (nSize == m_message.size() && pEcho[nSize - 1] == m_message.back())
+            std::memcpy(&nNumber, pEcho, sizeof nNumber);
+        if (nNumber >= client.nNext) ++m_nForeign;
+        const auto sent =
+            std::find_if(client.out.begin(), client.out.end(), [&](const Sent& out) { return out.nNumber == nNumber; });
+        if (sent == client.out.end()) return;  // also one that was counted as lost
+        client.out.erase(sent);
+        ++m_nEchoed;
+        if (m_now >= m_begin && !m_bOver) ++m_nInWindow;
+        Send(client);
+    }
+
+    void ReadEchoes(Client& client) {
+        char echo[2048];
+        // No more than were out, so that one busy client does not keep the loop from the others.
+        for (uint32_t n = 0; n < m_load.numbers.at(2); ++n) {
+            const ssize_t nSize = recv(client.hSocket.Get(), echo, sizeof echo, MSG_DONTWAIT);
+            if (nSize < 0) return;
+            TakeEcho(client, echo, static_cast<size_t>(nSize));
+        }
+    }
+
+    void CountLosses() {
+        for (Client& client : m_clients) {
+            while (!client.out.empty() && m_now - client.out.front().time >= kLostAfter) {
+                client.out.erase(client.out.begin());
+                ++m_nLost;
+                Send(client);
+            }
+        }
+    }
+
+    const Load m_load;
     std::vector<char> m_message;  // what is sent, the number in front
     std::vector<Client> m_clients;
-    std::vector<size_t> m_clientOf;  // a descriptor's client
-    CPoller m_poller;
-    Counts m_counts;
-    Clock::time_point m_now;
-    Clock::time_point m_start;
-    std::optional<Mark> m_begin;  // of the window
-    std::optional<Mark> m_end;
-    uint64_t m_nOut = 0;
-    std::string m_strError;
+    const CDescriptor m_hPoller{epoll_create1(EPOLL_CLOEXEC)};
+    const Clock::time_point m_begin = Clock::now() + m_load.warmUp;  // of the window
+    Clock::time_point m_now = Clock::now();
+    bool m_bOver = false;  // nothing more is sent
+    uint64_t m_nSent = 0;
+    uint64_t m_nEchoed = 0;
+    uint64_t m_nInWindow = 0;
+    uint64_t m_nLost = 0;
+    uint64_t m_nForeign = 0;  // came, and are nothing that was sent
 };
-
-std::string CDatagramRun::Open() {
-    m_clients.resize(m_load.nClients);
-    for (size_t n = 0; n < m_clients.size(); ++n) {
-        Client& client = m_clients[n];
-        client.hSocket = ConnectDatagram(m_load.wPort);
-        if (!client.hSocket.IsOpen() || !m_poller.Add(client.hSocket)) return "no client: " + LastErrorText();
-        const auto nDescriptor = static_cast<size_t>(client.hSocket.Get());
-        if (m_clientOf.size() <= nDescriptor) m_clientOf.resize(nDescriptor + 1);
-        m_clientOf[nDescriptor] = n;
-        client.places.resize(m_load.nInFlight);
-        for (uint32_t nPlace = 0; nPlace < m_load.nInFlight; ++nPlace) client.places[nPlace].nNumber = nPlace;
-    }
-    return "";
-}
-
-void CDatagramRun::Send(const Client& client, Place* pPlace) {
-    std::memcpy(m_message.data(), &pPlace->nNumber, sizeof pPlace->nNumber);
-    if (!SendDatagram(client.hSocket, m_message.data(), m_message.size())) {
-        m_strError = "sending a datagram failed: " + LastErrorText();
-        return;
-    }
-    pPlace->sent = m_now;
-    pPlace->bOut = true;
-    ++m_nOut;
-    ++m_counts.nSent;
-}
-
-// The place is free again: its next datagram goes out, as long as the run is on.
-void CDatagramRun::SendNext(const Client& client, Place* pPlace) {
-    pPlace->bOut = false;
-    --m_nOut;
-    pPlace->nNumber += m_load.nInFlight;
-    if (IsSending()) Send(client, pPlace);
-}
-
-void CDatagramRun::TakeEcho(Client* pClient, const char* pEcho, size_t nSize) {
-    uint64_t nNumber = 0;
-    if (nSize == m_message.size()) std::memcpy(&nNumber, pEcho, sizeof nNumber);
-    Place& place = pClient->places[nNumber % m_load.nInFlight];
-    if (nSize != m_message.size() || nNumber > place.nNumber || pEcho[nSize - 1] != m_message.back()) {
-        ++m_counts.nForeign;
-    } else if (nNumber < place.nNumber || !place.bOut) {
-        ++m_counts.nLate;
-    } else {
-        ++m_counts.nEchoed;
-        SendNext(*pClient, &place);
-    }
-}
-
-void CDatagramRun::ReadEchoes(Client* pClient) {
-    char echo[2048];
-    // No more than were out, so that one busy client does not keep the loop from the others.
-    for (uint32_t n = 0; n < m_load.nInFlight; ++n) {
-        const ptrdiff_t nSize = ReceiveNow(pClient->hSocket, echo, sizeof echo);
-        if (nSize < 0) return;
-        TakeEcho(pClient, echo, static_cast<size_t>(nSize));
-    }
-}
-
-void CDatagramRun::CountLosses() {
-    for (Client& client : m_clients) {
-        for (Place& place : client.places) {
-            if (!place.bOut || m_now - place.sent < kLostAfter) continue;
-            ++m_counts.nLost;
-            SendNext(client, &place);
-        }
-    }
-}
-
-void CDatagramRun::SetMarks() {
-    m_now = Clock::now();
-    if (!m_begin && m_now >= m_start + m_load.window.warmUp) m_begin = Mark{m_now, m_counts.nEchoed};
-    if (!m_begin || m_end || m_now < m_begin->time + m_load.window.length) return;
-    // The window of a busy machine is longer rather than empty.
-    if (m_counts.nEchoed > m_begin->nEchoed) m_end = Mark{m_now, m_counts.nEchoed};
-    if (m_now > m_begin->time + m_load.window.length + std::chrono::milliseconds(kStallMs)) {
-        m_strError = "no echo came, " + std::to_string(m_counts.nLost) + " datagrams were lost";
-    }
-}
-
-std::string CDatagramRun::Run() {
-    m_strError = Open();
-    m_start = m_now = Clock::now();
-    for (Client& client : m_clients) {
-        for (Place& place : client.places) {
-            if (m_strError.empty()) Send(client, &place);
-        }
-    }
-    auto nextLook = m_start;
-    while (m_strError.empty() && (!m_end || m_nOut > 0)) {
-        const std::vector<int>& ready = m_poller.Wait(kLookMs);
-        SetMarks();
-        for (const int nDescriptor : ready) ReadEchoes(&m_clients[m_clientOf[static_cast<size_t>(nDescriptor)]]);
-        if (m_now < nextLook) continue;
-        CountLosses();
-        nextLook = m_now + std::chrono::milliseconds(kLookMs);
-    }
-    return m_strError;
-}
-
-void CDatagramRun::AddTo(LoadResult* pResult) const {
-    pResult->Add("done", m_end->nEchoed - m_begin->nEchoed);
-    pResult->Add("seconds", std::chrono::duration<double>(m_end->time - m_begin->time).count());
-    pResult->Add("sent", m_counts.nSent);
-    pResult->Add("total", m_counts.nEchoed);
-    pResult->Add("lost", m_counts.nLost);
-    pResult->Add("late", m_counts.nLate);
-    pResult->Add("foreign", m_counts.nForeign);
-}
 
 }  // namespace
 
-LoadResult MeasureDatagrams(const CLoadServer& server, const DatagramLoad& load) {
-    CDatagramRun run(load);
-    const std::string strError = run.Run();
-    if (!strError.empty()) return FailedLoad(strError);
-    LoadResult result;
-    run.AddTo(&result);
-    result.Add("arrived", server.Datagrams());
-    return result;
+Figures MeasureDatagrams(const Servers& servers, const Load& load) {
+    return CDatagramRun(load).Run(servers);
 }

@@ -20,10 +20,9 @@ void RelayBytes(CSocket& hFrom, CSocket& hTo, std::atomic<double>& dBytes) {
     }
 }
 
-}  // namespace
-
+// For a relay that makes no further call on the sockets. The first to leave ends both connections, so that the other one
+// does not stay blocked.
 void LeaveSession(TcpSession& session) {
-    // The first relay to leave ends both connections for the other one.
     if (session.nRelays.fetch_sub(1) == 1) return;
     EndCalls([&session] { return session.Interrupt(); }, [&session] { return session.nRelays <= 0; });
 }
@@ -32,6 +31,8 @@ void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode) {
     const std::scoped_lock lock(op.m_csTcpSockets);
     static_cast<void>(TakeFromChain(op.m_TcpSocketHead, pNode));
 }
+
+}  // namespace
 
 void TcpRelayThread(std::unique_ptr<TcpRelayParams> pParams) {
     CPortForwardOp& op = *pParams->pOp;

@@ -41,12 +41,6 @@ struct TcpRelayParams {
     TcpSocketNode* pSocketNode = nullptr;  // server side only: the session's node
 };
 
-/// For a relay that will make no further call on the sockets: ends both connections, unless the other relay has done so,
-/// and sees to it that that one does not stay blocked.
-void LeaveSession(TcpSession& session);
-/// Takes the session's node out of the operation's list, if it is there.
-void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode);
-
 // Thread procedures. The creator has counted the thread (nThreads, m_nThreads and, for a set-up, nPendingSetups) before it
 // starts it; the thread takes itself off as its last touch of the operation.
 

@@ -56,7 +56,7 @@ std::unique_ptr<UdpRelayParams> MakeRecord(CPortForwardOp& op, const Endpoint& c
 
 // The session stands and is told of, and its relay could not be started: it has to go again.
 void TakeBackSession(CPortForwardOp& op, const UdpSession& session, const Endpoint& client) {
-    RemoveSession(op, session);
+    UnlinkSession(op, session);
     RaiseSessionEvent(op, SessionEventSlot::TooManyThreads, client);
     op.RemoveSession();
 }

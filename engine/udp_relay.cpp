@@ -55,7 +55,7 @@ bool IsOver(const CPortForwardOp& op, UdpSession& session) {
 
 }  // namespace
 
-void RemoveSession(CPortForwardOp& op, const UdpSession& session) {
+void UnlinkSession(CPortForwardOp& op, const UdpSession& session) {
     std::shared_ptr<UdpSession> pRemoved;  // its end, if this was the last holder, comes behind the lock
     const std::scoped_lock lock(op.m_csUdpSessions);
     pRemoved = TakeFromChain(op.m_UdpSessionHead, &session);
@@ -65,7 +65,7 @@ void UdpRelayThread(std::unique_ptr<UdpRelayParams> pParams) {
     CPortForwardOp& op = *pParams->pOp;
     const Endpoint client = {pParams->pSession->dwClientIp, pParams->pSession->wClientPort};
     const SessionEventSlot end = RunSession(*pParams, client);
-    RemoveSession(op, *pParams->pSession);
+    UnlinkSession(op, *pParams->pSession);
     pParams.reset();
     RaiseSessionEvent(op, end, client);
     op.RemoveSession();

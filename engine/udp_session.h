@@ -37,7 +37,7 @@ struct UdpTimerParams {
 };
 
 /// Takes the session out of the operation's table. Its memory and socket go with its last holder.
-void RemoveSession(CPortForwardOp& op, const UdpSession& session);
+void UnlinkSession(CPortForwardOp& op, const UdpSession& session);
 
 // Thread procedures. The creator has counted the thread before it starts it; the thread takes itself off as its last
 // touch of the operation.

@@ -1,12 +1,11 @@
 // Language texts of any content: as a file that the user named, and as a table with zones. The parser is compared with
 // a second one, written after the description of the format.
 #include <algorithm>
-#include <cctype>
+#include <cstring>
 #include <map>
 #include <vector>
 
-#include "fuzz/fuzz_check.h"
-#include "fuzz/fuzz_file.h"
+#include "fuzz/fuzz.h"
 #include "language/language_store.h"
 #include "language/zones.h"
 #include "log/log_format.h"
@@ -15,14 +14,9 @@
 
 namespace {
 
-using Texts = std::vector<std::string>;
 using Slots = std::map<int64_t, std::string>;  // those that hold a text
 
 constexpr char kMark[] = "\r\n[";
-
-bool ShowNothing(const Message&) {
-    return true;
-}
 
 std::string ToAnsi(const std::vector<uint8_t>& bytes) {
     std::u16string strWide;
@@ -39,45 +33,20 @@ std::string ToAnsi(const std::vector<uint8_t>& bytes) {
     return strAnsi;
 }
 
-Texts Split(const std::string& strText) {
-    Texts pieces(1);
-    size_t nFrom = 0;
-    for (size_t nAt; (nAt = strText.find(kMark, nFrom)) != std::string::npos; nFrom = nAt + 3) {
-        pieces.back() = strText.substr(nFrom, nAt - nFrom);
-        pieces.emplace_back();
-    }
-    pieces.back() = strText.substr(nFrom);
-    return pieces;
-}
-
-int64_t SlotOf(const std::string& strKey) {
-    constexpr int64_t kTooLarge = 1'000'000;
-    size_t n = 0;
-    while (n < strKey.size() && std::isspace(static_cast<unsigned char>(strKey[n])) != 0) ++n;
-    const bool bMinus = n < strKey.size() && strKey[n] == '-';
-    if (n < strKey.size() && (strKey[n] == '-' || strKey[n] == '+')) ++n;
-    int64_t nSlot = 0;
-    for (; n < strKey.size() && '0' <= strKey[n] && strKey[n] <= '9'; ++n) {
-        nSlot = std::min(nSlot * 10 + (strKey[n] - '0'), kTooLarge);
-    }
-    return bMinus ? -nSlot : nSlot;
-}
-
 std::string WithoutEscapes(const std::string& strText) {
-    const std::string strCodes = "rnt\"'";
-    const std::string strValues = "\r\n\t\"'";
+    const std::map<char, char> codes = {{'r', '\r'}, {'n', '\n'}, {'t', '\t'}, {'"', '"'}, {'\'', '\''}};
     std::string strResult;
     for (size_t n = 0; n < strText.size(); ++n) {
-        const size_t nCode =
-            strText[n] == '\\' && n + 1 < strText.size() ? strCodes.find(strText[n + 1]) : std::string::npos;
-        strResult += nCode == std::string::npos ? strText[n] : strValues[nCode];
-        if (nCode != std::string::npos) ++n;
+        const auto code = strText[n] == '\\' && n + 1 < strText.size() ? codes.find(strText[n + 1]) : codes.end();
+        strResult += code == codes.end() ? strText[n] : code->second;
+        if (code != codes.end()) ++n;
     }
     return strResult;
 }
 
-std::string ValueOf(const std::string& strEntry, size_t nKeyEnd, bool bLast) {
-    std::string strValue = WithoutEscapes(strEntry.substr(std::min(nKeyEnd + 2, strEntry.size())));
+// Of the bytes behind a key. The last value of all ends in front of what fills up the file.
+std::string ValueOf(const std::string& strBytes, bool bLast) {
+    std::string strValue = WithoutEscapes(strBytes);
     while (bLast && !strValue.empty() && std::string("\r\n\t ").find(strValue.back()) != std::string::npos) {
         strValue.pop_back();
     }
@@ -86,20 +55,19 @@ std::string ValueOf(const std::string& strEntry, size_t nKeyEnd, bool bLast) {
 
 Slots Model(const std::string& strText) {
     Slots slots;
-    const Texts pieces = Split(strText);
-    for (size_t n = 1; n < pieces.size(); ++n) {
-        std::string strEntry = pieces[n];
+    for (size_t nAt = strText.find(kMark); nAt != std::string::npos;) {
         // A key ends at its bracket, even if that stands lines further on.
-        while (strEntry.find(']') == std::string::npos) {
-            if (++n == pieces.size()) return slots;
-            strEntry += kMark + pieces[n];
-        }
-        const size_t nKeyEnd = strEntry.find(']');
-        const std::string strKey = strEntry.substr(0, nKeyEnd);
-        if (strKey.find_first_of("0123456789") == std::string::npos) return slots;
-        const int64_t nSlot = SlotOf(strKey);
+        const size_t nKey = nAt + std::strlen(kMark);
+        const size_t nKeyEnd = strText.find(']', nKey);
+        if (nKeyEnd == std::string::npos) break;
+        nAt = strText.find(kMark, nKeyEnd);
+        const std::string strKey = strText.substr(nKey, nKeyEnd - nKey);
+        if (strKey.find_first_of("0123456789") == std::string::npos) break;
+        const int64_t nSlot = std::strtoll(strKey.c_str(), nullptr, 10);
         if (nSlot < 0 || nSlot >= kSlotCount) continue;
-        slots[nSlot] = ValueOf(strEntry, nKeyEnd, n + 1 == pieces.size());
+        const size_t nEnd = std::min(nAt, strText.size());
+        const size_t nValue = std::min(nKeyEnd + 2, nEnd);
+        slots[nSlot] = ValueOf(strText.substr(nValue, nEnd - nValue), nAt == std::string::npos);
     }
     return slots;
 }
@@ -151,7 +119,7 @@ void CheckZone(const std::vector<uint8_t>& bytes, std::string strText) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
-    SetMessageHandler(ShowNothing);
+    SetMessageHandler([](const Message&) { return true; });
     const std::vector<uint8_t> bytes(pData, pData + nSize);
     const std::string strText = ToAnsi(bytes);
     CheckFile(bytes, strText);

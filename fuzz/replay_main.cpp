@@ -1,48 +1,28 @@
-// Runs a fuzz target once on each file of the folders that are named: the committed inputs, as a test of every build.
-#include <algorithm>
+// Runs a fuzz target once on each file of the folders and files that are named: the committed inputs, as a test.
 #include <cstdio>
 #include <filesystem>
-#include <vector>
+#include <set>
 
 #include "platform/files/files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize);
 
-namespace {
-
-std::vector<std::filesystem::path> FilesIn(const char* pszFolder) {
-    std::vector<std::filesystem::path> files;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(pszFolder, error)) files.push_back(entry.path());
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-bool Replay(const std::filesystem::path& file) {
-    std::vector<uint8_t> data;
-    if (ReadWholeFile(file.string(), &data) != 0) {
-        std::fprintf(stderr, "%s: cannot be read\n", file.c_str());
-        return false;
-    }
-    // Named ahead of the run: a property that does not hold ends the process.
-    std::printf("%s\n", file.c_str());
-    std::fflush(stdout);
-    LLVMFuzzerTestOneInput(data.data(), data.size());
-    return true;
-}
-
-}  // namespace
-
 int main(int nArguments, char** ppszArguments) {
-    size_t nFiles = 0;
+    std::set<std::string> files;
     for (int i = 1; i < nArguments; ++i) {
-        const bool bFolder = std::filesystem::is_directory(ppszArguments[i]);
-        for (const auto& file :
-             bFolder ? FilesIn(ppszArguments[i]) : std::vector<std::filesystem::path>{ppszArguments[i]}) {
-            if (!Replay(file)) return 1;
-            ++nFiles;
+        if (!std::filesystem::is_directory(ppszArguments[i])) {
+            files.insert(ppszArguments[i]);
+            continue;
         }
+        for (const auto& entry : std::filesystem::directory_iterator(ppszArguments[i])) files.insert(entry.path());
     }
-    std::printf("%zu inputs\n", nFiles);
-    return nFiles == 0 ? 1 : 0;
+    for (const std::string& strFile : files) {
+        // Named ahead of the run: a property that does not hold ends the process.
+        std::printf("%s\n", strFile.c_str());
+        std::fflush(stdout);
+        std::vector<uint8_t> data;
+        if (ReadWholeFile(strFile, &data) != 0) return 1;
+        LLVMFuzzerTestOneInput(data.data(), data.size());
+    }
+    return files.empty() ? 1 : 0;
 }

@@ -1,161 +1,172 @@
-#include "soak/engine_host.h"
+// The engine under test as a process of its own, which does what the supervisor of the soak says.
+//
+// Its arguments are descriptors of packet sockets. Each is served by one thread: a packet is a command, its words
+// between tabs, and one packet answers it, with an equals sign at its end. An operation is named on one socket only, so
+// that one thread starts and stops it; commands that name none come on the first socket. The process ends when all are
+// closed.
+#include <malloc.h>
+#include <sys/socket.h>
 
-#include <algorithm>
-#include <chrono>
+#include <array>
+#include <atomic>
+#include <functional>
+#include <map>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "language/language_store.h"
 #include "log/log_writer.h"
+#include "platform/net/ip_address.h"
 #include "platform/threads/threads_testing.h"
-#include "soak/host_faults.h"
-#include "soak/host_op.h"
-#include "soak/left_behind.h"
+#include "shell/app_settings.h"
+#include "shell/link_operation.h"
+#include "store/byte_reader.h"
 #include "store/settings_image.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Words = std::vector<std::string>;
 
-constexpr uint64_t kOperators = 2;
-constexpr uint32_t kPollMs = 20;
+constexpr size_t kOperations = 64;
+constexpr uint32_t kTimerMs = 20;
+constexpr uint32_t kLongestLogEndMs = 60'000;
 
-void PauseUntil(Clock::time_point end, uint64_t nMilliseconds) {
-    end = std::min(end, Clock::now() + std::chrono::milliseconds(nMilliseconds));
-    while (Clock::now() < end) Sleep(kPollMs);
+template <class T = int32_t>
+T Number(const std::string& strWord) {
+    return static_cast<T>(std::stol(strWord));
 }
 
-// A sanitizer's library may have threads of its own, from the first one that the program starts.
-int32_t CountOwnThreads() {
-    std::thread([] {}).join();
-    Sleep(kPollMs);  // the system still lists a joined thread for a moment
-    return CountLeftBehindOf(0).nThreads;
+// What a start has behind its number can hold tabs.
+Words SplitAtTabs(const std::string& strPacket) {
+    Words words;
+    for (size_t nFrom = 0, nTab = 0; nTab != std::string::npos; nFrom = nTab + 1) {
+        nTab = words.size() == 2 && words[0] == "start" ? std::string::npos : strPacket.find('\t', nFrom);
+        words.push_back(strPacket.substr(nFrom, nTab - nFrom));
+    }
+    return words;
+}
+
+bool IsAtRest(CPortForwardOp& op) {
+    return op.m_bRunning == 0 && op.m_bStopping == 0 && op.m_nThreads == 0 && op.m_nSessions == 0 &&
+           op.m_nActiveSessions == 0 && !op.ListenSocket();
 }
 
 class CEngineHost {
   public:
-    CEngineHost(SharedBlock& shared, const CSurroundings& surroundings);
-    /// Everything runs for this long; then everything is stopped.
-    void RunFor(std::chrono::milliseconds time, uint64_t nSeed);
-    /// What is there when everything has stopped.
-    LeftBehind Count();
+    CEngineHost() {
+        ApplyLanguage(&m_settings);
+        SetDefaultSettings(&m_settings);
+        AddOperationCommands();
+        AddProcessCommands();
+    }
+
+    void ServeChannel(int nSocket) {
+        std::array<char, 8192> packet;
+        for (ssize_t nBytes; (nBytes = recv(nSocket, packet.data(), packet.size(), 0)) > 0;) {
+            const Words words = SplitAtTabs({packet.data(), static_cast<size_t>(nBytes)});
+            std::string strAnswer;
+            m_commands.at(words[0])(words, strAnswer);
+            strAnswer += '=';
+            send(nSocket, strAnswer.data(), strAnswer.size(), MSG_NOSIGNAL);
+        }
+    }
+
+    /// Asks for the log to be written, as the timer of the program does.
+    void RunLogTimer(const std::atomic<bool>& bEnd) {
+        for (; !bEnd; Sleep(kTimerMs)) m_logWriter.RequestFlush();
+    }
 
   private:
-    void RunOperator(uint64_t nOperator, CRandom random, Clock::time_point end);
-    void RunFaults(CRandom random, Clock::time_point end);
-    void RunLogTimer();
-    void EndLogWriter();
-    void WaitUntilIdle();
-    void CheckCounters();
+    std::unique_ptr<CPortForwardOp>& Op(const Words& words) { return m_ops.at(Number<size_t>(words.at(1))); }
 
-    SharedBlock& m_shared;
-    const int32_t m_nOwnThreads = CountOwnThreads();  // before any was started
-    const CSurroundings& m_surroundings;
+    void AddOperationCommands() {
+        m_commands["start"] = [this](const Words& words, std::string& strAnswer) { strAnswer = Start(words); };
+        m_commands["stop"] = [this](const Words& words, std::string& strAnswer) {
+            Op(words)->m_bStopping = 1;
+            Op(words)->Stop();
+            if (!IsAtRest(*Op(words))) strAnswer = "it is stopped and has something left running";
+        };
+        // Running as it is; the next start is that of a new one.
+        m_commands["delete"] = [this](const Words& words, std::string&) { Op(words).reset(); };
+    }
+
+    std::string Start(const Words& words) {
+        auto& pOp = Op(words);
+        if (!pOp) {
+            pOp = std::make_unique<CPortForwardOp>();
+            LinkOperation(pOp.get(), m_settings, &m_counters, &m_logWriter.Queue());
+        }
+        AppSettings settings;
+        int32_t nOperations = 0;
+        CByteReader reader(std::span(reinterpret_cast<const uint8_t*>(words.at(2).data()), words.at(2).size()));
+        if (!ReadSettingsFields(&reader, &settings, &nOperations) || nOperations != 1) return "no settings";
+        pOp->m_settings = settings.firstOp->m_settings;
+        return pOp->Start() ? "0" : std::to_string(pOp->m_nStartError);
+    }
+
+    void AddProcessCommands() {
+        // Behind so many starts; -1 ends it.
+        m_commands["fail threads"] = [](const Words& words, std::string&) {
+            FailThreadStartsAfter(Number(words.at(1)));
+        };
+        m_commands["resolve"] = [](const Words& words, std::string& strAnswer) {
+            uint32_t dwIp = 0;
+            if (ResolveHostName(words.at(1), &dwIp)) strAnswer = FormatIpAddress(dwIp);
+        };
+        m_commands["set log"] = [this](const Words& words, std::string&) {
+            m_settings.autoLogEnabled = Number<uint8_t>(words.at(1));
+            m_settings.logFilePath.Set(words.at(2));
+        };
+        // Language, template of an entry, of a date, whether blocked clients are left out.
+        m_commands["set texts"] = [this](const Words& words, std::string&) {
+            m_settings.languageCode = Number<uint32_t>(words.at(1));
+            ApplyLanguage(&m_settings);
+            m_settings.logEntryFormat.Set(words.at(2));
+            m_settings.logDateFormat.Set(words.at(3));
+            m_settings.noLogBlocked = Number<uint8_t>(words.at(4));
+        };
+        m_commands["begin log"] = [this](const Words&, std::string& strAnswer) {
+            if (!m_logWriter.Start(&m_nLogWriters)) strAnswer = "the log writer did not start";
+        };
+        m_commands["end log"] = [this](const Words&, std::string& strAnswer) {
+            if (!m_logWriter.End(kLongestLogEndMs)) strAnswer = "the log writer does not end";
+            FreeLogEntries(m_logWriter.Queue().TakeAll());
+        };
+        // Threads, sessions, set-ups.
+        m_commands["counters"] = [this](const Words&, std::string& strAnswer) {
+            strAnswer = std::to_string(m_counters.nThreads) + " " + std::to_string(m_counters.nSessions) + " " +
+                        std::to_string(m_counters.nPendingSetups);
+        };
+        // Bytes that are allocated when everything has been stopped; 0 where a sanitizer has the heap.
+        m_commands["heap"] = [](const Words&, std::string& strAnswer) {
+            ReleaseParkedThreads();
+            malloc_trim(0);
+            const struct mallinfo2 heap = mallinfo2();
+            strAnswer = std::to_string(*ZELKOR_SANITIZED == 0 ? heap.uordblks + heap.hblkhd : 0);
+        };
+    }
+
     AppSettings m_settings;
     EngineCounters m_counters;
     CLogWriter m_logWriter{m_settings};
     std::atomic<int32_t> m_nLogWriters = 0;  // kept out of the counters, which are to come back to nothing
-    std::atomic<bool> m_bTimerEnd = false;
-    std::vector<std::unique_ptr<CHostOp>> m_ops;
-    CHostFaults m_faults{m_shared, m_settings, m_counters, m_surroundings};
+    std::array<std::unique_ptr<CPortForwardOp>, kOperations> m_ops;  // each: the one channel that names it
+    std::map<std::string, std::function<void(const Words&, std::string&)>> m_commands;  // fixed after construction
 };
-
-CEngineHost::CEngineHost(SharedBlock& shared, const CSurroundings& surroundings)
-    : m_shared(shared), m_surroundings(surroundings) {
-    ApplyLanguage(&m_settings);
-    SetDefaultSettings(&m_settings);
-    m_faults.SetUpLog();
-    for (int n = 0; n < kEngineOps; ++n) {
-        m_ops.push_back(std::make_unique<CHostOp>(shared, m_settings, m_counters, m_logWriter.Queue(), n,
-                                                  surroundings.HasHostTable()));
-    }
-}
-
-void CEngineHost::RunFor(std::chrono::milliseconds time, uint64_t nSeed) {
-    const bool bWriter = m_logWriter.Start(&m_nLogWriters);
-    if (!bWriter) m_shared.Fail("the log writer did not start");
-    std::thread timer([this] { RunLogTimer(); });
-    for (const auto& pOp : m_ops) pOp->Start();
-    m_shared.bLoad = true;
-    const auto end = Clock::now() + time;
-    std::vector<std::thread> threads;
-    for (uint64_t n = 0; n < kOperators; ++n) {
-        threads.emplace_back([this, n, nSeed, end] { RunOperator(n, CRandom(SubSeed(nSeed, n)), end); });
-    }
-    threads.emplace_back([this, nSeed, end] { RunFaults(CRandom(SubSeed(nSeed, kOperators)), end); });
-    for (std::thread& thread : threads) thread.join();
-    m_shared.bLoad = false;
-    WaitUntilIdle();
-    for (const auto& pOp : m_ops) pOp->Stop();
-    m_bTimerEnd = true;
-    timer.join();
-    if (bWriter) EndLogWriter();
-    CheckCounters();
-}
-
-// Each has operations of its own: an operation is started and stopped by one at a time.
-void CEngineHost::RunOperator(uint64_t nOperator, CRandom random, Clock::time_point end) {
-    while (Clock::now() < end) {
-        m_ops[nOperator + kOperators * random.Below(kEngineOps / kOperators)]->Disturb(random);
-        PauseUntil(end, random.Between(500, 3000));
-    }
-}
-
-void CEngineHost::RunFaults(CRandom random, Clock::time_point end) {
-    while (Clock::now() < end) {
-        m_faults.PlayOne(random);
-        PauseUntil(end, random.Between(100, 1500));
-    }
-}
-
-void CEngineHost::RunLogTimer() {
-    while (!m_bTimerEnd) {
-        m_logWriter.RequestFlush();
-        Sleep(kPollMs);
-    }
-    m_bTimerEnd = false;
-}
-
-void CEngineHost::EndLogWriter() {
-    while (!m_logWriter.End(kPollMs)) {
-    }
-    FreeLogEntries(m_logWriter.Queue().TakeAll());
-    m_faults.CheckLastLog();
-}
-
-void CEngineHost::WaitUntilIdle() {
-    const auto isBusy = [](const auto& slot) { return slot.nBusy > 0; };
-    const auto end = Clock::now() + std::chrono::seconds(300);
-    while (std::ranges::any_of(m_shared.clients, isBusy) || std::ranges::any_of(m_shared.servers, isBusy)) {
-        if (Clock::now() > end) {
-            m_shared.Fail("sessions did not end");
-            return;
-        }
-        Sleep(kPollMs);
-    }
-}
-
-void CEngineHost::CheckCounters() {
-    if (m_counters.nThreads != 0 || m_counters.nSessions != 0 || m_counters.nPendingSetups != 0) {
-        m_shared.Fail("counters are left at %d threads, %d sessions, %d set-ups", m_counters.nThreads.load(),
-                      m_counters.nSessions.load(), m_counters.nPendingSetups.load());
-    }
-}
-
-LeftBehind CEngineHost::Count() {
-    ReleaseParkedThreads();
-    return CountLeftBehind(m_nOwnThreads);
-}
 
 }  // namespace
 
-void RunEngineHost(SharedBlock& shared, const CSurroundings& surroundings, uint32_t nSeconds) {
-    const auto whole = std::chrono::milliseconds(nSeconds * int64_t{1000});
-    const auto warmUp = whole / 5;
-    CEngineHost host(shared, surroundings);
-    host.RunFor(warmUp, SubSeed(shared.nSeed, 1));
-    const LeftBehind before = host.Count();
-    host.RunFor(whole - warmUp, SubSeed(shared.nSeed, 2));
-    CompareLeftBehind(shared, before, host.Count());
+int main(int nArguments, char** ppszArguments) {
+    CEngineHost host;
+    std::atomic<bool> bEnd = false;
+    std::thread timer([&] { host.RunLogTimer(bEnd); });
+    std::vector<std::thread> channels;
+    for (int n = 1; n < nArguments; ++n) {
+        channels.emplace_back([&host, nSocket = Number(ppszArguments[n])] { host.ServeChannel(nSocket); });
+    }
+    for (std::thread& channel : channels) channel.join();
+    bEnd = true;
+    timer.join();
 }

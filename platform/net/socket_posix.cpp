@@ -80,7 +80,11 @@ int32_t CSocket::Accept(CSocket* pClient, Endpoint* pPeer) {
 
 int32_t CSocket::Connect(const Endpoint& remote) {
     const sockaddr_in address = ToSystemAddress(remote);
-    return LastErrorIf(connect(Handle(m_hSocket), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0);
+    int nResult = 0;
+    do {  // behind a signal the next call goes on waiting for the same connection
+        nResult = connect(Handle(m_hSocket), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    } while (nResult != 0 && errno == EINTR);
+    return LastErrorIf(nResult != 0);
 }
 
 int32_t CSocket::LocalEndpoint(Endpoint* pLocal) const {

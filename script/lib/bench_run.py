@@ -1,123 +1,181 @@
 """Runs the benchmark: rounds of every measurement, in each of them every peer in turn, and the table of all."""
 import argparse
 import datetime
+import json
 import os
 import pathlib
 import platform
+import re
 import resource
+import select
 import signal
+import subprocess
 import sys
+import tempfile
 
-import bench_load
 import bench_peers
+import bench_process
 import bench_rows
 import bench_table
+import sample_servers
 
-BUILD = bench_peers.ROOT / "build/linux"
-QUICK = (1, 0.3)
+ANSWER_SECONDS = 120
+WARM_UP_SHARE, LONGEST_WARM_UP = 0.25, 500  # of the measured time; milliseconds
+MEASUREMENTS = {measurement.name: measurement for measurement in bench_rows.MEASUREMENTS}
+PEERS = {peer.name: peer for peer in bench_peers.PEERS}
+
+
+class LoadTool:
+    """A run of zelkor_bench."""
+
+    def __init__(self, measurement, seconds):
+        milliseconds = max(int(seconds * 1000), 1)
+        warm_up = min(int(milliseconds * WARM_UP_SHARE), LONGEST_WARM_UP)
+        words = (measurement.kind, warm_up, milliseconds, *measurement.numbers)
+        self.process = subprocess.Popen([bench_peers.BUILD / "zelkor_bench", *map(str, words)], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, bufsize=0, start_new_session=True)  # fmt: skip
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.kill()
+        self.process.communicate()
+
+    def tell(self, number):
+        self.process.stdin.write(b"%d\n" % number)
+
+    def answer(self):
+        """The figures of its next line."""
+        ready, _, _ = select.select([self.process.stdout], [], [], ANSWER_SECONDS)
+        line = self.process.stdout.readline() if ready else b""
+        if not line:
+            raise RuntimeError("the load tool gave no answer")
+        figures = json.loads(line)
+        if error := figures.pop("error"):
+            raise RuntimeError(error)
+        return figures
+
+
+def measure_forwarder(peer, measurement, tool, target, sample):
+    with tempfile.TemporaryDirectory() as folder:
+        folder, port = pathlib.Path(folder), sample_servers.free_port(measurement.protocol)
+        process = bench_process.Process(peer.command(folder, measurement.protocol, port, target), folder)
+        try:
+            process.wait_ready(measurement.protocol, port)
+            # The load begins when the tool is told the port, however busy this program's own processor is.
+            count, before = len(process.members()), process.cpu_seconds()
+            tool.tell(port)
+            if measurement.kind == "sessions":
+                for sessions in bench_rows.MEMORY_SESSIONS:
+                    tool.tell(sessions)
+                    tool.answer()
+                    sample[f"memory_{sessions}"] = process.settled_memory()
+                return
+            sample.update(tool.answer())
+            if measurement.protocol == "tcp":
+                bench_process.wait_until(lambda: len(process.members()) <= count, "the processes of sessions to end")
+            sample["cpu"] = process.cpu_seconds() - before
+        finally:
+            process.end()
+
+
+def measure(peer, measurement, seconds):
+    """The sample, and what went wrong or an empty text. A sample with a fault holds what was found before it."""
+    sample = {}
+    try:
+        if measurement.protocol not in peer.arguments:
+            raise RuntimeError(f"does not forward {measurement.protocol.upper()}")
+        if peer.name != "direct" and peer.path() is None:
+            raise RuntimeError("is not installed")
+        with LoadTool(measurement, seconds) as tool:
+            target = int(tool.answer()[measurement.protocol])
+            if peer.name != "direct":
+                measure_forwarder(peer, measurement, tool, target, sample)
+            elif measurement.kind != "sessions":
+                tool.tell(target)
+                sample.update(tool.answer())
+    except (RuntimeError, OSError) as error:
+        return sample, str(error)
+    return sample, ""
+
+
+def run_rounds(names, peers, rounds, seconds, report):
+    """Neighbours in time are compared with each other: the peers change fastest, and begin with another each round."""
+    # Of seven hundred sessions the load tool has both ends; what is started inherits the limit.
+    hard = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
+    resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
+    results = {}
+    for turn in range(rounds):
+        for name in names:
+            report(f"round {turn + 1} of {rounds}: {name}")
+            first = turn % len(peers)
+            for peer in peers[first:] + peers[:first]:
+                sample, fault = measure(PEERS[peer], MEASUREMENTS[name], seconds)
+                results.setdefault((name, peer), []).append((sample, fault))
+                if fault:
+                    report(f"  {peer}: {fault}")
+    return results
 
 
 def choice(names):
     def read(text):
-        chosen = text.split(",")
-        if unknown := [name for name in chosen if name not in names]:
+        if unknown := [name for name in text.split(",") if name not in names]:
             raise argparse.ArgumentTypeError(f"{unknown[0]!r} is none of {', '.join(names)}")
-        return chosen
+        return text.split(",")
 
-    return read
-
-
-def positive(kind):
-    def read(text):
-        value = kind(text)
-        if not 0 < value <= 3600:
-            raise argparse.ArgumentTypeError(f"{text} is not between 0 and 3600")
-        return value
-
-    return read
+    return {"type": read, "default": list(names), "metavar": "NAME,...", "help": ", ".join(names)}
 
 
-def read_arguments(words):
+def read_arguments():
     parser = argparse.ArgumentParser(prog="script/bench", description="Measures zelkor beside other forwarders.")
-    parser.add_argument("--rounds", type=positive(int), default=5, metavar="N", help="rounds of everything (5)")
-    parser.add_argument("--seconds", type=positive(float), default=2, metavar="S", help="of each measurement (2)")
-    parser.add_argument("--rows", type=choice(bench_rows.NAMES), default=bench_rows.NAMES, metavar="NAME,...",
-                        help=", ".join(bench_rows.NAMES))  # fmt: skip
-    parser.add_argument("--peers", type=choice(bench_peers.NAMES), default=bench_peers.NAMES, metavar="NAME,...",
-                        help=", ".join(bench_peers.NAMES))  # fmt: skip
+    parser.add_argument("--rounds", type=int, default=5, metavar="N", help="rounds of everything (5)")
+    parser.add_argument("--seconds", type=float, default=2, metavar="S", help="of each measurement (2)")
+    parser.add_argument("--rows", **choice(MEASUREMENTS))
+    parser.add_argument("--peers", **choice(PEERS))
     parser.add_argument("--quick", action="store_true", help="one round of 0.3 s: whether it works, not how fast")
-    parser.add_argument("--markdown", metavar="FILE", help="put the results between the marks of this document")
-    arguments = parser.parse_args(words)
+    parser.add_argument("--markdown", type=pathlib.Path, metavar="FILE",
+                        help="put the results between the marks of this document")  # fmt: skip
+    arguments = parser.parse_args()
     if arguments.quick:
-        arguments.rounds, arguments.seconds = QUICK
+        arguments.rounds, arguments.seconds = 1, 0.3
+    if not (0 < arguments.rounds <= 1000 and 0 < arguments.seconds <= 3600):
+        parser.error("there are 1 to 1000 rounds, of at most 3600 seconds")
     return arguments
 
 
-def first_value(file, name):
-    for line in pathlib.Path(file).read_text(encoding="utf-8").splitlines():
-        key, _, value = line.replace("=", ":", 1).partition(":")
-        if key.strip() == name:
-            return value.strip().strip('"')
-    return "unknown"
-
-
-def machine():
-    flags = first_value("/proc/cpuinfo", "flags").split()
-    where = ", a virtual machine" if "hypervisor" in flags else ""
-    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 1e9
-    system = f"{first_value('/etc/os-release', 'PRETTY_NAME')}, Linux {platform.release()}"
-    cores = len(os.sched_getaffinity(0))
-    return f"{first_value('/proc/cpuinfo', 'model name')}, {cores} cores{where}, {memory:.0f} GB; {system}"
-
-
-def conditions(arguments, peers, load):
+def conditions(arguments):
     """What the figures depend on, as lines of Markdown."""
-    versions = [peer.version() for peer in peers if peer.name != "direct" and peer.path()]
+    processor = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8")
+    model = re.search(r"^model name\s*: (.*)", processor, re.MULTILINE)
+    where = ", a virtual machine" if " hypervisor " in processor else ""
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 1e9
+    versions = {peer.name: peer.version() for peer in PEERS.values() if peer.name in arguments.peers and peer.path()}
+    commit = subprocess.run(["git", "-C", bench_peers.BUILD.parent, "describe", "--always", "--dirty=, changed"],
+                            capture_output=True, text=True, check=False).stdout.strip()  # fmt: skip
+    if commit and "zelkor" in versions:
+        versions["zelkor"] += f" (commit {commit})"
     return [
-        f"- Machine: {machine()}",
-        f"- Programs: {', '.join(versions)}",
+        f"- Machine: {model[1] if model else platform.machine()}, {len(os.sched_getaffinity(0))} cores{where}, "
+        f"{memory:.0f} GB; {platform.freedesktop_os_release()['PRETTY_NAME']}, Linux {platform.release()}",
+        f"- Programs: {', '.join(versions.values())}",
         f"- Run: {datetime.date.today().isoformat()}, rounds of {arguments.seconds:g} s: {arguments.rounds}; the "
-        f"machine's load just before was {load:.2f}",
+        f"machine's load just before was {os.getloadavg()[0]:.2f}",
     ]
 
 
-def run_rounds(bench, measurements, peers, rounds, report):
-    """Neighbours in time are compared with each other: the peers change fastest, and begin with another each round."""
-    results = bench_table.Results()
-    for turn in range(rounds):
-        for measurement in measurements:
-            report(f"round {turn + 1} of {rounds}: {measurement.name}")
-            first = turn % len(peers)
-            for peer in peers[first:] + peers[:first]:
-                sample, fault = bench.measure(peer, measurement)
-                results.add(measurement, peer, sample, fault)
-                if fault:
-                    report(f"  {peer.name}: {fault}")
-    return results
-
-
-def raise_file_limit():
-    """For seven hundred sessions, of which the load tool has both ends; what it starts inherits it."""
-    _, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
-    resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
-
-
 def main():
-    arguments = read_arguments(sys.argv[1:])
+    arguments = read_arguments()
     # The processes that were started are ended on the way out.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
-    raise_file_limit()
     if arguments.markdown:
         bench_table.around_results(arguments.markdown)  # better refused now than behind all the measuring
-    peers = [peer for peer in bench_peers.every_peer(BUILD) if peer.name in arguments.peers]
-    measurements = [each for each in bench_rows.MEASUREMENTS if each.name in arguments.rows]
+    about = conditions(arguments)
+    results = run_rounds(arguments.rows, arguments.peers, arguments.rounds, arguments.seconds,
+                         lambda text: print(text, file=sys.stderr))  # fmt: skip
     rows = [row for row in bench_rows.ROWS if row.measurement in arguments.rows]
-    load = os.getloadavg()[0]
-    bench = bench_load.Bench(BUILD, arguments.seconds)
-    results = run_rounds(bench, measurements, peers, arguments.rounds, lambda text: print(text, file=sys.stderr))
-    table = bench_table.text(results, rows, measurements, peers, bench_rows.remarks)
-    legend = "Median (least-most) of the rounds."
-    section = "\n".join(["", *conditions(arguments, peers, load), "", legend, "", table, ""])
+    table = bench_table.text(results, rows, arguments.rows, arguments.peers)
+    section = "\n".join(["", *about, "", "Median (least-most) of the rounds.", "", table, ""])
     print(section)
     if arguments.markdown:
         bench_table.write(arguments.markdown, section)

@@ -1,32 +1,24 @@
 """The table of medians, the remarks under it, and their place in a document."""
+import contextlib
+import itertools
 import pathlib
 import statistics
 
-BEGIN = "<!-- results: begin -->"
+import bench_rows
+
+BEGIN = "<!-- results: begin -->\n"
 END = "<!-- results: end -->"
-REFERENCE = "zelkor"
 
 
-class Results:
-    """The samples and faults of all rounds, by measurement and peer."""
+# Results are lists of (sample, fault), one pair for each round, by the names of measurement and peer.
 
-    def __init__(self):
-        self.samples = {}
-        self.faults = {}
 
-    def add(self, measurement, peer, sample, fault):
-        self.samples.setdefault((measurement.name, peer.name), []).append(sample)
-        if fault:
-            self.faults.setdefault((measurement.name, peer.name), []).append(fault)
-
-    def values(self, row, peer):
-        values = []
-        for sample in self.samples.get((row.measurement, peer.name), []):
-            try:
-                values.append(row.value(sample))
-            except (KeyError, ZeroDivisionError):
-                pass
-        return values
+def values_of(results, row, peer):
+    values = []
+    for sample, _ in results.get((row.measurement, peer), []):
+        with contextlib.suppress(KeyError, ZeroDivisionError):
+            values.append(row.value(sample))
+    return values
 
 
 def number(value):
@@ -45,73 +37,59 @@ def cell(values):
 
 def ratio(row, results, peers):
     """zelkor's median to the best one of the others."""
-    medians = {peer.name: statistics.median(values) for peer in peers
-               if peer.name != "direct" and (values := results.values(row, peer))}  # fmt: skip
-    own = medians.pop(REFERENCE, None)
-    if own is None or not medians:
-        return "-"
-    best = (max if row.higher_is_better else min)(medians, key=medians.get)
-    if medians[best] <= 0:
+    medians = {peer: statistics.median(values) for peer in peers if peer != "direct"
+               and (values := values_of(results, row, peer))}  # fmt: skip
+    own = medians.pop("zelkor", None)
+    best = (max if row.higher_is_better else min)(medians, key=medians.get) if medians else None
+    if own is None or best is None or medians[best] <= 0:
         return "-"
     quotient = own / medians[best]
-    is_ahead = quotient >= 1 if row.higher_is_better else quotient <= 1
+    is_ahead = quotient == 1 or (quotient > 1) == row.higher_is_better
     return f"{quotient:.2f} × {best}, {'ahead' if is_ahead else 'behind'}"
 
 
-def lines_of(results, rows, peers):
-    yield ["", "unit", "better", *(peer.name for peer in peers), "zelkor / best peer"]
-    yield ["---", "---", "---", *("---:" for _ in peers), "---:"]
+def table(results, rows, peers):
+    lines = [["", "unit", "better", *peers, "zelkor / best peer"], ["---"] * 3 + ["---:"] * (len(peers) + 1)]
     for row in rows:
-        cells = [cell(results.values(row, peer)) for peer in peers]
-        yield [row.title, row.unit, "more" if row.higher_is_better else "less", *cells, ratio(row, results, peers)]
-
-
-def aligned(lines):
-    lines = list(lines)
-    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
+        figures = [*(cell(values_of(results, row, peer)) for peer in peers), ratio(row, results, peers)]
+        lines.append([row.title, row.unit, "more" if row.higher_is_better else "less", *figures])
+    widths = [max(map(len, column)) for column in zip(*lines)]
     for line in lines:
-        padded = (text.ljust(width) if column < 3 else text.rjust(width)
-                  for column, (text, width) in enumerate(zip(line, widths)))  # fmt: skip
+        padded = [text.ljust(width) for text, width in zip(line[:3], widths)]
+        padded += [text.rjust(width) for text, width in zip(line[3:], widths[3:])]
         yield f"| {' | '.join(padded)} |"
 
 
-def remarks(results, measurements, peers, remarks_of):
+def remarks(results, measurements, peers):
     """Why a place is empty, and what was lost on the way to the others; one line for each, in the table's order."""
-    said = []
-    for peer in peers:
-        for measurement in measurements:
-            key = (measurement.name, peer.name)
-            faults = results.faults.get(key, [])
-            if faults:
-                rounds = "" if len(faults) == len(results.samples[key]) else f", in {len(faults)} of the rounds"
-                said.append((peer.name, f"{faults[0]}{rounds}", measurement.name))
-            sums = {}
-            for what, count, whole in (each for sample in results.samples.get(key, []) for each in remarks_of(sample)):
-                old = sums.get(what, (0, 0))
-                sums[what] = (old[0] + count, old[1] + whole)
-            said += [(peer.name, f"{count:,.0f} of {whole:,.0f} {what}", measurement.name)
-                     for what, (count, whole) in sums.items()]  # fmt: skip
-    joined = {}
-    for name, text, measurement in said:
-        joined.setdefault((name, text), []).append(measurement)
-    return [f"- {name}, {', '.join(places)}: {text}" for (name, text), places in joined.items()]
+    places = {}
+    for peer, measurement in itertools.product(peers, measurements):
+        rounds = results.get((measurement, peer), [])
+        faults = [fault for _, fault in rounds if fault]
+        said = faults[:1]
+        if 0 < len(faults) < len(rounds):
+            said = [f"{faults[0]}, in {len(faults)} of the rounds"]
+        for name, (text, whole) in bench_rows.REMARKS.items():
+            if count := sum(sample.get(name, 0) for sample, _ in rounds):
+                among = sum(sample.get(each, 0) for sample, _ in rounds for each in whole)
+                said.append(f"{count:,.0f} of {among:,.0f} {text}")
+        for text in said:
+            places.setdefault((peer, text), []).append(measurement)
+    return [f"- {peer}, {', '.join(names)}: {text}" for (peer, text), names in places.items()]
 
 
-def text(results, rows, measurements, peers, remarks_of):
-    lines = list(aligned(lines_of(results, rows, peers)))
-    if notes := remarks(results, measurements, peers, remarks_of):
-        lines += ["", *notes]
-    return "\n".join(lines)
+def text(results, rows, measurements, peers):
+    notes = remarks(results, measurements, peers)
+    return "\n".join([*table(results, rows, peers), *([""] if notes else []), *notes])
 
 
 def around_results(path):
     """The document's text in front of the results and behind them; a new document has none."""
-    path = pathlib.Path(path)
-    old = path.read_text(encoding="utf-8") if path.exists() else f"{BEGIN}\n{END}\n"
-    head, begin, rest = old.partition(BEGIN + "\n")
+    old = path.read_text(encoding="utf-8") if path.exists() else f"{BEGIN}{END}\n"
+    head, begin, rest = old.partition(BEGIN)
     _, end, tail = rest.partition(END)
     if not begin or not end:
-        raise RuntimeError(f"{path} has no lines {BEGIN} and {END} to put the results between")
+        raise RuntimeError(f"{path} has no lines {BEGIN}{END} to put the results between")
     return head + begin, end + tail
 
 

@@ -8,9 +8,9 @@
 //   CTray               the tray icon, minimise and restore
 //   CWindowLayout       where window and list stand
 //
-// Everything here and in the parts belongs to the thread that is in DoModal; AppSettings::operations owns the operations.
-// Engine threads know of the window nothing but m_counters and m_logWriter, which therefore must live until the last of
-// them is gone. The close ends the process without returning, save in a service.
+// Everything here and in the parts belongs to the thread that is in DoModal; AppSettings::operations owns the
+// operations. Engine threads know of the window nothing but m_counters and m_logWriter, which therefore must live until
+// the last of them is gone. The close ends the process without returning, save in a service.
 #pragma once
 
 #include <atomic>

@@ -1,9 +1,9 @@
 // The list of the main window: a row for each operation, and the row that the commands act on.
 //
-// A row carries a pointer to its operation, which AppSettings::operations owns. Once the saved operations are listed, the
-// rows are the only order of operations: the bottom row is the first one of the file. The selected row is the list's
-// selection mark, not the row that is highlighted; its operation decides which of the buttons Edit, Delete, Start and
-// Stop are enabled, and is the one that the status lines watch. Thread of the window only.
+// A row carries a pointer to its operation, which AppSettings::operations owns. Once the saved operations are listed,
+// the rows are the only order of operations: the bottom row is the first one of the file. The selected row is the
+// list's selection mark, not the row that is highlighted; its operation decides which of the buttons Edit, Delete,
+// Start and Stop are enabled, and is the one that the status lines watch. Thread of the window only.
 #pragma once
 
 #include <functional>
@@ -31,8 +31,8 @@ class COperationList {
     // Rows
 
     void SetStyle() const;
-    /// Inserts a row for each operation of the chain in the settings, in its order, and calls fnListed behind each. Rows
-    /// go in at the top, so the list shows the order of the file upside down.
+    /// Inserts a row for each operation of the chain in the settings, in its order, and calls fnListed behind each.
+    /// Rows go in at the top, so the list shows the order of the file upside down.
     void ListOperations(const std::function<void(CPortForwardOp*)>& fnListed);
     /// Takes a new operation into the settings and gives it a row at the top; destroys it when there is no row for it.
     bool Add(std::unique_ptr<CPortForwardOp> pOperation);

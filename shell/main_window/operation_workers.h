@@ -1,9 +1,9 @@
 // The worker threads of the commands Stop, Edit and Delete, and what keeps other commands off their operations.
 //
-// A stop can take as long as a connect in progress, so it runs on a thread of its own. That thread does nothing but stop
-// (and, after an edit, start) the operation: whatever concerns the list, the settings or the operation's life is a step
-// that the window's thread takes when the worker sends it WM_WORKER_STEP, and the worker waits for that. A window that
-// has gone takes no step; the worker then just ends.
+// A stop can take as long as a connect in progress, so it runs on a thread of its own. That thread does nothing but
+// stop (and, after an edit, start) the operation: whatever concerns the list, the settings or the operation's life is a
+// step that the window's thread takes when the worker sends it WM_WORKER_STEP, and the worker waits for that. A window
+// that has gone takes no step; the worker then just ends.
 //
 // An operation is held from before its worker starts until the worker's last step. Commands refuse a held operation, so
 // that nothing else starts, changes or destroys it meanwhile; m_bStopping, which the engine clears itself, ends too

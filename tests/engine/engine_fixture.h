@@ -11,7 +11,7 @@
 
 #include "engine/port_forward_op.h"
 #include "platform/threads/threads_testing.h"
-#include "tests/support/left_over.h"
+#include "tests/support/process.h"
 #include "tests/support/wait.h"
 
 using Lines = std::vector<std::string>;

@@ -3,63 +3,76 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <string>
 #include <thread>
 
-#include "tests/support/left_over.h"
+#include "platform/threads/shared_value.h"
+#include "platform/threads/threads_testing.h"
+#include "tests/support/process.h"
 #include "tests/support/wait.h"
 
 namespace {
 
-struct Work {
-    std::atomic<int>* pnDone;
+struct Runs {
+    std::atomic<int> nDone = 0;
+    std::atomic<bool> bReused = false;  // one thread served two starts
 };
 
-void CountWork(std::unique_ptr<Work> pWork) {
-    pWork->pnDone->fetch_add(1);
+void CountRun(std::unique_ptr<Runs*> ppRuns) {
+    thread_local int t_nRuns = 0;
+    if (++t_nRuns > 1) (*ppRuns)->bReused = true;
+    ++(*ppRuns)->nDone;
 }
 
-class Threads : public testing::Test {
-  protected:
-    ~Threads() override {
-        FailThreadStartsAfter(-1);
-        ReleaseParkedThreads();
-    }
-    bool Begin() {
-        auto pWork = std::make_unique<Work>(Work{&m_nDone});
-        const bool bStarted = AfxBeginThread(CountWork, std::move(pWork));
-        EXPECT_EQ(pWork == nullptr, bStarted) << "the block goes to the thread, or stays with the caller";
-        return bStarted;
-    }
-
-    CWatchdog m_watchdog;
-    std::atomic<int> m_nDone = 0;
-};
-
-}  // namespace
-
-TEST_F(Threads, ManyStartsAllRun) {
-    for (int n = 0; n < 500; ++n) ASSERT_TRUE(Begin());
-    EXPECT_TRUE(WaitFor([&] { return m_nDone == 500; }));
+// Starts a thread that counts when it continues.
+bool Begin(Runs* pRuns) {
+    auto ppRuns = std::make_unique<Runs*>(pRuns);
+    const auto pfnProc = +[](std::unique_ptr<Runs*> pp) { AfxContinueThread(CountRun, std::move(pp)); };
+    const bool bStarted = AfxBeginThread(pfnProc, std::move(ppRuns));
+    EXPECT_EQ(ppRuns == nullptr, bStarted) << "the block goes to the thread, or stays with the caller";
+    return bStarted;
 }
 
-TEST_F(Threads, ParkedThreadsServeLaterStartsAndGoWhenReleased) {
+bool WaitForRuns(const Runs& runs, int nCount) {
+    return WaitFor([&] { return runs.nDone == nCount; });
+}
+
+TEST(Threads, ParkedOnesServeLaterStartsAndGoWhenReleased) {
+    Runs runs;
     const int32_t nBefore = CountThreads();
-    for (int n = 1; n <= 50; ++n) {
-        ASSERT_TRUE(Begin());
-        ASSERT_TRUE(WaitFor([&] { return m_nDone == n; }));
-    }
+    const int32_t nHandles = CountHandles();
+    for (int n = 1; n <= 50; ++n) ASSERT_TRUE(Begin(&runs) && WaitForRuns(runs, n));
+    EXPECT_TRUE(runs.bReused);
     EXPECT_LT(CountThreads(), nBefore + 10) << "each start made a thread of its own";
+    for (int n = 0; n < 500; ++n) ASSERT_TRUE(Begin(&runs));
+    EXPECT_TRUE(WaitForRuns(runs, 550)) << "at once, more than are parked";
     ReleaseParkedThreads();
     EXPECT_TRUE(WaitFor([&] { return CountThreads() <= nBefore; }));
+    EXPECT_LT(CountHandles(), nHandles + 100);
 }
 
-TEST_F(Threads, AForcedFailureComesAfterTheStartsThatItLetsPass) {
+TEST(Threads, AForcedFailureComesAfterTheStartsThatItLetsPass) {
+    Runs runs;
     FailThreadStartsAfter(2);
-    EXPECT_TRUE(Begin());
-    EXPECT_TRUE(Begin());
-    EXPECT_FALSE(Begin());
+    EXPECT_TRUE(Begin(&runs) && Begin(&runs));
+    EXPECT_FALSE(Begin(&runs) || Begin(&runs));
     FailThreadStartsAfter(-1);
-    EXPECT_TRUE(Begin());
-    EXPECT_TRUE(WaitFor([&] { return m_nDone == 3; }));
+    EXPECT_TRUE(Begin(&runs));
+    EXPECT_TRUE(WaitForRuns(runs, 3));
     EXPECT_NE(ThreadStartError(), 0);
 }
+
+TEST(SharedValue, ASnapshotStaysWholeWhileTheValueIsReplaced) {
+    CSharedValue<std::string> value(std::string(1000, 'a'));
+    const auto pFirst = value.Snapshot();
+    std::jthread writer([&] {
+        for (int n = 2000; n >= 0; --n) value.Set(std::string(1000, static_cast<char>('z' - n % 25)));
+    });
+    for (char chLast = 'a'; chLast != 'z'; chLast = value.Get().front()) {
+        const auto pValue = value.Snapshot();
+        EXPECT_EQ(*pValue, std::string(1000, pValue->front()));
+    }
+    EXPECT_EQ(*pFirst, std::string(1000, 'a'));
+}
+
+}  // namespace

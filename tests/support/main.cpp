@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/net/socket.h"
-#include "tests/support/process_end.h"
+#include "tests/support/process.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);

@@ -1,5 +1,5 @@
 // The commands of the main window on real operations.
-#include "tests/support/left_over.h"
+#include "tests/support/process.h"
 #include "tests/windows/main_window_fixture.h"
 
 namespace {

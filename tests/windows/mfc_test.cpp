@@ -1,5 +1,5 @@
 // The window framework where the program's own windows do not show it: ends and owners of dialogs, exceptions, fonts,
-// long texts, menus, what the system's dialogs are given.
+// menus, what the system's dialogs are given.
 #include "platform/mfc/dialog.h"
 
 #include <gmock/gmock.h>
@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 #include "platform/mfc/file_dialog.h"
-#include "platform/mfc/list_ctrl.h"
 #include "platform/mfc/menu.h"
 #include "platform/mfc/win_app.h"
 #include "resources/resource.h"
@@ -139,21 +138,12 @@ TEST(DialogTest, LanguageDecidesTheFontAndTheControlsStay) {
     for (const uint32_t dwCode : {4u, 6u, 9u}) EXPECT_EQ(fontIn(IDD_MAIN, dwCode), "Tahoma10") << dwCode;
 }
 
-TEST(ControlsTest, ListTextsComeBackWholeAndMenusGoWithTheirOwners) {
+TEST(MenuTest, MenusGoWithTheirOwners) {
     CMenu bar;
     CMenu popup;
     HMENU hFirst = nullptr;
     CTestDialog dialog(IDD_MAIN);
     dialog.m_fnInit = [&] {
-        const CListCtrl list(dialog, IDC_MAIN_LIST);
-        list.InsertColumn(0, "Status", 80);
-        EXPECT_EQ(list.InsertItem(0, ""), 0);
-        for (const size_t nLength : {0u, 1u, 254u, 255u, 256u, 257u, 511u, 600u}) {
-            EXPECT_TRUE(list.SetItemText(0, 0, std::string(nLength, 'h')));
-            EXPECT_EQ(list.GetItemText(0, 0), std::string(nLength, 'h'));
-        }
-        EXPECT_EQ(list.FindItemByData(99), -1);
-        EXPECT_EQ(CListCtrl(nullptr).InsertItem(0, "x"), -1);
         for (const bool bSecond : {false, true}) {
             ASSERT_TRUE(bar.CreateMenu() && popup.CreatePopupMenu());
             EXPECT_EQ(::IsMenu(hFirst) != FALSE, bSecond) << "the window's menu is not the object's to destroy";
