@@ -28,6 +28,7 @@ import time
 HERE = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "script/lib"))
 
+import network  # noqa: E402
 import settings_file  # noqa: E402
 import zelkor_process  # noqa: E402
 
@@ -58,14 +59,6 @@ MUST_COUNT = ("sessions to be whole, and whole", "bytes to servers, checked", "b
 
 def run(*command):
     return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode == 0
-
-
-def enter_namespaces():
-    """Begins anew with a network and mounts of its own, as root or where users may make namespaces."""
-    for rights in ((), ("--user", "--map-root-user")):
-        command = ("unshare", *rights, "--net", "--mount")
-        if run(*command, "true"):
-            os.execvp(command[0], [*command, sys.executable, "-B", *sys.argv, "--inside"])
 
 
 def wait_for(condition, seconds=PATIENCE):
@@ -154,7 +147,7 @@ class Soak:
                            for n in (*ENGINE, *PROGRAM)]  # fmt: skip
         self.plan = {"server": net + "1", "client": net + "2", "listener": net + "3", "operations": self.operations,
                      "servers": [{"tcp": 7001 + 2 * n, "udp": 7002 + 2 * n} for n in LOAD["server"]]}  # fmt: skip
-        self.around = Surroundings(folder, options.inside, self.plan["server"])
+        self.around = Surroundings(folder, network.enter(), self.plan["server"])
         self.settings = [self.usual_settings(operation) for operation in self.operations]
         self.log = folder / "engine.log"
         self.reports, self.read_at, self.begun = (folder / "reports").open("ab+", buffering=0), 0, set()
@@ -527,12 +520,10 @@ def main():
     parser.add_argument("seconds", type=int, help="at least 5")
     parser.add_argument("--seed", type=int, default=time.time_ns())
     parser.add_argument("--build", type=pathlib.Path, required=True, help="the folder with the built programs")
-    parser.add_argument("--inside", action="store_true", help=argparse.SUPPRESS)
     options = parser.parse_args()
     if options.seconds < 5:
         parser.error("at least 5 seconds")
-    if not options.inside:
-        enter_namespaces()
+    network.enter()
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     hard = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
     resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))  # for all that is started, too

@@ -1,11 +1,11 @@
-"""A small network for tests: hosts are network namespaces, joined by virtual cables.
+"""A network of one's own, and in it a small one for tests: hosts are network namespaces, joined by virtual cables.
 
     near  --- 10.77.1.0/24 --+
                              forwarder --- 10.77.3.0/24 --- router --- 10.77.4.0/24 --- far
     other --- 10.77.2.0/24 --+
 
 A thread is in one host at a time, and what it opens or starts there stays there, so that the usual helpers work in
-every host: `with network.host("far"): ...`. All ends with the process of the test.
+every host: `with network.host("far"): ...`. All ends with the process that entered.
 """
 import contextlib
 import ctypes
@@ -24,25 +24,23 @@ CABLES = (
     (("10.77.4.1", "router", None), ("10.77.4.2", "far", "10.77.4.1")),
 )
 HOSTS = ("near", "other", "forwarder", "router", "far")
-SKIPPED = 77
-HAS_NAMESPACES = "ZELKOR_TEST_HAS_NAMESPACES"
+HAS_NAMESPACES = "ZELKOR_HAS_NAMESPACES"
 # The hosts' names are kept below /run.
 IN_OWN_PLACE = ["sh", "-c", 'mount -t tmpfs tmpfs /run && exec "$@"', "sh"]
 libc = ctypes.CDLL(None, use_errno=True)
 
 
-def enter_or_skip():
-    """Runs the test program anew in namespaces of its own for network and mounts; ends it with the code of a skipped
-    test where the system allows that neither as it is nor as root of a user namespace."""
+def enter():
+    """Runs the program anew in namespaces of its own for network and mounts. Gives whether it is there, which it is not
+    where the system allows that neither as it is nor as root of a user namespace."""
     if HAS_NAMESPACES in os.environ:
-        return
+        return True
     for rights in ([], ["--map-root-user"]):
         own = ["unshare", "--net", "--mount", *rights, *IN_OWN_PLACE]
         if subprocess.run([*own, "ip", "netns", "add", "probe"], capture_output=True).returncode == 0:
             os.environ[HAS_NAMESPACES] = "yes"
             os.execvp(own[0], [*own, *sys.orig_argv])
-    print("skipped: network namespaces are not allowed here")
-    sys.exit(SKIPPED)
+    return False
 
 
 @contextlib.contextmanager
