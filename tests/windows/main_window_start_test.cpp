@@ -12,6 +12,29 @@ namespace {
 
 using MainWindowStartTest = MainWindowTest;
 
+TEST_F(MainWindowStartTest, EveryEntryOfTheBarGivesItsCommandInEachLanguage) {
+    const std::pair<UINT, uint32_t> entries[] = {{ID_FILE_EXIT, kSlotExit},
+                                                 {ID_SETTINGS_MISC, kSlotMiscellaneous},
+                                                 {ID_SETTINGS_AUTO_LOG, kSlotAutoLog},
+                                                 {ID_PFO_START, kSlotStart},
+                                                 {ID_PFO_STOP, kSlotStop},
+                                                 {ID_PFO_START_ALL, kSlotStartAll},
+                                                 {ID_PFO_STOP_ALL, kSlotStopAll},
+                                                 {ID_LANGUAGE_CHANGE, kSlotChangeLanguage},
+                                                 {ID_HELP_HELP, kSlotHelp},
+                                                 {ID_HELP_ABOUT, kSlotAbout}};
+    Run([&] {
+        m_script.Press(kProgramName, IDC_LANGUAGE_DEUTSCH);
+        Command(ID_LANGUAGE_CHANGE);
+        EXPECT_EQ(Text(kSlotFileMenu), "Datei");
+        for (const auto& [nId, nSlot] : entries) {
+            char szText[256] = "";
+            ::GetMenuStringA(::GetMenu(m_hMainWnd), nId, szText, sizeof szText, MF_BYCOMMAND);
+            EXPECT_EQ(szText, Text(nSlot)) << nId;
+        }
+    });
+}
+
 TEST_F(MainWindowStartTest, ShowsTheOperationsUpsideDownAndSavesThemInTheirOrder) {
     Add(80, "example.test");
     Add(53, " \t", kProtocolUdp);
