@@ -26,8 +26,7 @@ import threading
 import time
 import zlib
 
-TCP_THREADS, UDP_THREADS = 10, 4
-STALL = 120  # seconds: longer than any machine needs
+TCP_THREADS, UDP_THREADS, STALL = 10, 4, 120  # seconds: longer than any machine needs
 GREETING, ALL_RECEIVED = b"reached\n", b"all got\n"
 # What stands at a place of a stream is what stands there in the pool, from an offset of the stream's own.
 MOST_BYTES, USUAL_BYTES, SLOWEST_BYTES = 1 << 23, 1 << 18, 1 << 17

@@ -43,7 +43,7 @@ BEHIND_VERSION = 48  # the place in a settings file
 USUAL_SESSIONS = 200  # more than the load alone opens
 # What may have grown: threads, descriptors, what the allocator keeps for itself, the pages of stacks that are reused.
 GROWTH = {"threads": 0, "descriptors": 0, "bytes of heap": 64 << 10, "resident bytes": 24 << 20}
-MOST_TOLD = 30  # one fault can have a thousand consequences
+LANGUAGES, MOST_TOLD = 10, 30  # failures: one fault can have a thousand consequences
 HOST_NAME = "soak-server.test"
 IMPOSSIBLE_HOST = "x" * 80 + ".invalid"  # a label longer than labels can be: no resolver asks anybody
 PORT_RANGE = pathlib.Path("/proc/sys/net/ipv4/ip_local_port_range")
@@ -51,7 +51,6 @@ PORT_RANGE = pathlib.Path("/proc/sys/net/ipv4/ip_local_port_range")
 LINE_FORMATS = ("<%E|%P|%CIP|%CPort|%RHost>", "{%G%E %DAT %LIP:%LPort}", "(%Z%G%E %DAT %RPort)")
 WHOLE_LINE = re.compile(rb"<.*>|\{.*\}|\(.*\)", re.DOTALL)
 DATE_FORMATS = ("%Y.%MY.%D %H24:%MN:%S.%MS", "%D %H12 %AP")
-LANGUAGES = 10
 # A load that reached nobody would find no fault either.
 MUST_COUNT = ("sessions to be whole, and whole", "bytes to servers, checked", "bytes to clients, checked",
               "replies, checked", "log lines checked")  # fmt: skip

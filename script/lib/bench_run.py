@@ -150,15 +150,14 @@ def conditions(arguments):
     model = re.search(r"^model name\s*: (.*)", processor, re.MULTILINE)
     where = ", a virtual machine" if " hypervisor " in processor else ""
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 1e9
-    versions = {peer.name: peer.version() for peer in PEERS.values() if peer.name in arguments.peers and peer.path()}
     commit = subprocess.run(["git", "-C", bench_peers.BUILD.parent, "describe", "--always", "--dirty=, changed"],
                             capture_output=True, text=True, check=False).stdout.strip()  # fmt: skip
-    if commit and "zelkor" in versions:
-        versions["zelkor"] += f" (commit {commit})"
+    versions = [peer.version() + (f" (commit {commit})" if peer.name == "zelkor" else "") for peer in PEERS.values()
+                if peer.name in arguments.peers and peer.path()]  # fmt: skip
     return [
         f"- Machine: {model[1] if model else platform.machine()}, {len(os.sched_getaffinity(0))} cores{where}, "
         f"{memory:.0f} GB; {platform.freedesktop_os_release()['PRETTY_NAME']}, Linux {platform.release()}",
-        f"- Programs: {', '.join(versions.values())}",
+        f"- Programs: {', '.join(versions)}",
         f"- Run: {datetime.date.today().isoformat()}, rounds of {arguments.seconds:g} s: {arguments.rounds}; the "
         f"machine's load just before was {os.getloadavg()[0]:.2f}",
     ]
