@@ -1,7 +1,7 @@
 """The Linux program's command line: what it refuses, what it answers, and one operation run by it."""
 import unittest
 
-from e2e import LinuxTest
+from e2e import OWN, LinuxTest
 from sample_servers import LOCALHOST
 
 TIME = r"Time: \[\d{4}\.\d\d\.\d\d - \d\d:\d\d:\d\d\.\d{3}\]"
@@ -9,7 +9,7 @@ TIME = r"Time: \[\d{4}\.\d\d\.\d\d - \d\d:\d\d:\d\d\.\d{3}\]"
 
 def entry(event, port, client, protocol="TCP"):
     """A line of the log in the program's own layout."""
-    return (rf"\[{event}\], Local IP: {LinuxTest.ip:>15}, Local port: {port:5}, Protocol: {protocol}, "
+    return (rf"\[{event}\], Local IP: {OWN:>15}, Local port: {port:5}, Protocol: {protocol}, "
             rf"Connector's IP: {client.ip:>15}, Connector's port: {client.port:5}, {TIME}")  # fmt: skip
 
 
@@ -36,7 +36,7 @@ class CommandLine(LinuxTest):
     def test_a_tcp_operation_carries_logs_and_keeps_its_limit(self):
         target = f"localhost:{self.servers['tcp'].port}"
         program, port = self.start_operation("tcp", target, "--max", "2", "--log", self.log)
-        self.assertEqual(program.out, [f"started TCP {self.ip}:{port} -> {target}"])
+        self.assertEqual(program.out, [f"started TCP {OWN}:{port} -> {target}"])
         inside = [self.client("tcp", port) for _ in range(2)]
         for client in inside:
             self.assertEqual(client.echo(bytes(range(256)) * 64), bytes(range(256)) * 64)

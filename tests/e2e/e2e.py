@@ -16,6 +16,8 @@ from zelkor_process import Process
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PROGRAM = os.environ.get("ZELKOR_PROGRAM", ROOT / "build/linux/zelkor")
 LANGUAGES = ROOT / "resources/language"
+# Nobody else is there: a port that is free stays so until the program takes it.
+OWN = str(ipaddress.ip_address("127.64.0.0") + os.getpid())
 ENGLISH, GERMAN = 0, 1
 ENDED, REJECTED, ACCEPTED = 134, 135, 143  # texts of events
 # Fields that neither program changes by a mere run, with values of their own: a round trip shows where one is lost.
@@ -39,7 +41,7 @@ class ProgramTest(unittest.TestCase):
     """What a test opens here is closed at its end."""
 
     maxDiff = None
-    ip = LOCALHOST  # where its programs listen
+    listen_on = {"tcp": OWN, "udp": OWN}
 
     def setUp(self):
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="zelkor-e2e-")))
@@ -56,18 +58,18 @@ class ProgramTest(unittest.TestCase):
         return self.opened(EchoServer(kind, *where))
 
     def client(self, kind, port, ip=LOCALHOST):
-        return self.opened(Client(kind, port, ip, self.ip))
+        return self.opened(Client(kind, port, ip, self.listen_on[kind]))
 
     def port(self, kind):
         """One that this test has not been given before."""
-        port = wait_for(lambda: {free_port(kind, self.ip)} - self.ports, "a port").pop()
+        port = wait_for(lambda: {free_port(kind, self.listen_on[kind])} - self.ports, "a port").pop()
         self.ports.add(port)
         return port
 
     def operation(self, kind, **fields):
         """One that runs, to the server of its kind."""
         where = dict(local_port=self.port(kind), remote_host=LOCALHOST, remote_port=self.servers[kind].port)
-        return Operation(PROTOCOLS[kind], **{"local_interface": self.ip, **where, **fields})
+        return Operation(PROTOCOLS[kind], **{"local_interface": self.listen_on[kind], **where, **fields})
 
     def assert_carries(self, kind, operation):
         """Gives the client, whose session goes on."""
@@ -123,8 +125,8 @@ class FileCases:
 
         def expect(slot, protocol, operation, client):
             target = "~\\_Client_/~" if operation.bounce else LOCALHOST
-            fields = (protocol, zone_text(language, slot).rstrip(), self.ip, operation.local_port, target,
-                      operation.remote_port, client.ip, client.port, "100%", "day%")  # fmt: skip
+            fields = (protocol, zone_text(language, slot).rstrip(), operation.local_ip, operation.local_port,
+                      target, operation.remote_port, client.ip, client.port, "100%", "day%")  # fmt: skip
             expected.append(re.escape("|".join(map(str, fields))))
 
         # The second run goes on with the log of the first.
@@ -153,9 +155,6 @@ class FileCases:
 
 
 class LinuxTest(ProgramTest):
-    # Nobody else is there: a port that is free stays so until the program takes it.
-    ip = str(ipaddress.ip_address("127.64.0.0") + os.getpid())
-
     @property
     def log_path(self):
         return str(self.log)
@@ -176,7 +175,7 @@ class LinuxTest(ProgramTest):
     def start_operation(self, kind, target, *options, through=()):
         """Runs one operation of the command line; gives the run and its local port."""
         port = self.port(kind)
-        program = self.run_program(*options, kind, f"{self.ip}:{port}", target, through=through)
+        program = self.run_program(*options, kind, f"{OWN}:{port}", target, through=through)
         program.wait_until(lambda: program.out)
         return program, port
 

@@ -4,7 +4,7 @@ import signal
 import struct
 import unittest
 
-from e2e import FileCases, LinuxTest
+from e2e import OWN, FileCases, LinuxTest
 from sample_servers import LOCALHOST
 from settings_file import START_NEVER, Settings
 
@@ -73,15 +73,15 @@ class SettingsFile(FileCases, LinuxTest):
     def test_each_operation_is_told_of_on_a_line_of_its_own(self):
         wild = self.operation("tcp", remote_host="a\r\nstarted UDP\x1b[2J\x7f", remote_port=80)
         taken, unknown = self.operation("udp", local_port=wild.local_port), self.operation("tcp", local_port=4712)
-        taken.local_port, unknown.protocol = self.server("udp", self.ip).port, 99
+        taken.local_port, unknown.protocol = self.server("udp", OWN).port, 99
         settings = Settings([taken, wild, unknown])
         program = self.start(settings)
         self.file.unlink()
         self.file.mkdir()
         self.assertEqual(program.end(), 0)
-        self.assertEqual(program.out, [f"started TCP {self.ip}:{wild.local_port} -> a??started UDP?[2J?:80"])
+        self.assertEqual(program.out, [f"started TCP {OWN}:{wild.local_port} -> a??started UDP?[2J?:80"])
         target = f"{LOCALHOST}:{taken.remote_port}: Address already in use"
-        self.assertEqual(program.err[0], f"zelkor: not started: UDP {self.ip}:{taken.local_port} -> {target}")
+        self.assertEqual(program.err[0], f"zelkor: not started: UDP {OWN}:{taken.local_port} -> {target}")
         self.assertRegex(program.err[1], r"not started: protocol 99 .*: the protocol cannot be forwarded$")
         self.assertRegex(program.err[2], f"{self.file} could not be saved: ")
 

@@ -17,14 +17,14 @@ BAD_PORT = "Invalid input value: The local port must be between 1 and 65535."
 
 def row(status, operation):
     protocol = "TCP" if operation.protocol == PROTOCOLS["tcp"] else "UDP"
-    return f"{status}|{protocol}|{LOCALHOST}|{operation.local_port}|{LOCALHOST}|{operation.remote_port}"
+    return f"{status}|{protocol}|{operation.local_ip}|{operation.local_port}|{LOCALHOST}|{operation.remote_port}"
 
 
 def settings_after(*operations):
     """The file when the options dialog was left with OK for the last of these."""
     last = operations[-1]
     kind = (0, int(last.protocol == PROTOCOLS["tcp"]), int(last.protocol == PROTOCOLS["udp"]))
-    return Settings(list(operations), **PLACE, last_interface=LOCALHOST, last_host=LOCALHOST, last_protocol=kind,
+    return Settings(list(operations), **PLACE, last_interface=last.local_ip, last_host=LOCALHOST, last_protocol=kind,
                     last_ports=(last.local_port, last.remote_port))  # fmt: skip
 
 
@@ -109,7 +109,7 @@ class Operations(WindowsTest):
 
     def test_what_cannot_be_started_or_saved_is_told_and_can_be_mended(self):
         program = self.start(Settings([], **PLACE))
-        taken = self.operation("tcp", local_port=self.servers["tcp"].port)
+        taken = self.operation("tcp", local_interface=LOCALHOST, local_port=self.servers["tcp"].port)
         self.add(taken)
         self.do("ID_PFO_START")
         self.assert_statuses("Error starting")

@@ -9,7 +9,7 @@ import socket
 import struct
 import unittest
 
-from sample_servers import LOCALHOST
+from e2e import OWN
 from settings_file import Settings
 from windows_e2e import PLACE, WindowsTest
 from windows_program import COLUMNS, IDS, MESSAGE_TEXT, WM_COMMAND, Driver, call
@@ -80,7 +80,7 @@ class RandomCommands(WindowsTest):
             return
         if self.one_in(10):
             with socket.socket() as client:
-                client.connect_ex((LOCALHOST, self.random.choice(self.choice)))
+                client.connect_ex((OWN, self.random.choice(self.choice)))
         self.run_command(self.random_command())
 
     def stop_all(self):

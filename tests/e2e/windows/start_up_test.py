@@ -3,6 +3,7 @@ import unittest
 
 import settings_file
 from e2e import ENGLISH, FileCases, zone_text
+from sample_servers import LOCALHOST
 from settings_file import Operation, Settings
 from windows_e2e import NO_INSTALL, PLACE, WindowsTest
 from windows_program import IDS, MESSAGE_TEXT, SC_RESTORE, WM_CLOSE
@@ -18,7 +19,7 @@ NOT_RECOGNISED, USAGE = 89, 88
 class StartUp(FileCases, WindowsTest):
     def operations(self):
         """One that ran, one that did not, and one that ran on a port that is taken."""
-        taken = self.operation("tcp", local_port=self.servers["tcp"].port)
+        taken = self.operation("tcp", local_interface=LOCALHOST, local_port=self.servers["tcp"].port)
         return [self.operation("tcp"), self.operation("udp", running=0), taken]
 
     def test_a_start_without_a_usable_file_asks_for_the_language(self):

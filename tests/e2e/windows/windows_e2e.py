@@ -1,5 +1,6 @@
 """The vocabulary of the tests that drive the Windows program through its windows."""
-from e2e import ProgramTest
+from e2e import OWN, ProgramTest
+from sample_servers import LOCALHOST
 from settings_file import PROTOCOLS
 from windows_program import IDS, MESSAGE_TEXT, NAME, WM_SYSCOMMAND, WindowsProgram
 
@@ -10,6 +11,8 @@ BUTTONS = ["ID_PFO_EDIT", "ID_PFO_DELETE", "ID_PFO_START", "ID_PFO_STOP"]
 
 
 class WindowsTest(ProgramTest):
+    listen_on = {"tcp": OWN, "udp": LOCALHOST}  # Wine answers datagrams from there only
+
     def setUp(self):
         super().setUp()
         self.file = self.folder / f"{NAME}.KVR"
