@@ -76,14 +76,14 @@ PfoRefusal ResolveHosts(OpSettings* pSettings) {
     uint32_t dwLocalIp = 0;
     if (!IsBlankText(pSettings->m_strLocalInterface)) {
         std::string strAddress = pSettings->m_strLocalInterface;
-        const PfoRefusal refusal = Resolve(PfoField::LocalInterface, &strAddress);
+        PfoRefusal refusal = Resolve(PfoField::LocalInterface, &strAddress);
         if (refusal.field != PfoField::None) return refusal;
         // The one address that is not taken is the broadcast address: the start of the operation will tell.
         if (!ParseIpAddress(strAddress, &dwLocalIp)) dwLocalIp = kBroadcastIp;
     }
     std::string strRemote = pSettings->m_strRemoteHost;
     if (pSettings->m_bBounce == 0) {
-        const PfoRefusal refusal = Resolve(PfoField::RemoteHost, &strRemote);
+        PfoRefusal refusal = Resolve(PfoField::RemoteHost, &strRemote);
         if (refusal.field != PfoField::None) return refusal;
     }
     pSettings->m_dwLocalIp = dwLocalIp;

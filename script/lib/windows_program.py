@@ -12,6 +12,7 @@ import select
 import shutil
 import struct
 import subprocess
+import time
 
 import settings_file
 from sample_servers import DEADLINE
@@ -214,9 +215,17 @@ class List(Window):
     def click_row(self, program, row):
         self.send(LVM_ENSUREVISIBLE, row, 0)
         left, top, _, bottom = struct.unpack_from("<4i", self.exchange(LVM_GETITEMRECT, row, "<i12x", LVIR_LABEL))
-        self.click(left + 4, (top + bottom) // 2)
-        count = self.count
-        program.wait_until(lambda: self.mark == row and self.is_highlighted(row) or self.count != count, f"row {row}")
+        count, next_click = self.count, 0
+
+        def is_done():
+            nonlocal next_click
+            # Again now and then: the first click can fall into a moment in which the window is disabled.
+            if time.monotonic() >= next_click:
+                self.click(left + 4, (top + bottom) // 2)
+                next_click = time.monotonic() + 2
+            return self.mark == row and self.is_highlighted(row) or self.count != count
+
+        program.wait_until(is_done, f"row {row}")
 
     def select(self, program, row):
         """Clicks the row and waits until it is the selected one, or rows come or go.
