@@ -56,9 +56,9 @@ bool IsOver(const CPortForwardOp& op, UdpSession& session) {
 }  // namespace
 
 void UnlinkSession(CPortForwardOp& op, const UdpSession& session) {
-    std::shared_ptr<UdpSession> pRemoved;  // its end, if this was the last holder, comes behind the lock
+    // The caller holds the session too: its end never comes under the lock.
     const std::scoped_lock lock(op.m_csUdpSessions);
-    pRemoved = TakeFromChain(op.m_UdpSessionHead, &session);
+    static_cast<void>(TakeFromChain(op.m_UdpSessionHead, &session));
 }
 
 void UdpRelayThread(std::unique_ptr<UdpRelayParams> pParams) {
