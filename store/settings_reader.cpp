@@ -109,13 +109,15 @@ void SetDefaultSettings(AppSettings* pSettings) {
     SetDefaultLogSettings(pTexts->Text(kSlotDateFormat), pTexts->Text(kSlotEntryFormat), pSettings);
 }
 
-bool ReadSettingsFields(CByteReader* pReader, AppSettings* pSettings, int32_t* pnOperationsTold) try {
-    CFieldReader visit(pReader);
-    std::span<const uint8_t> reserved;
-    return pReader->ReadBytes(kReservedBytes.size(), &reserved) && visit(pSettings->languageCode) &&
-           VisitFieldsAhead(visit, *pSettings) && visit(*pnOperationsTold) &&
-           ReadOperations(pReader, pSettings, *pnOperationsTold) && VisitFieldsBehind(visit, *pSettings) &&
-           visit(pSettings->languageFilePath);
-} catch (const std::bad_alloc&) {
-    return false;
+bool ReadSettingsFields(CByteReader* pReader, AppSettings* pSettings, int32_t* pnOperationsTold) {
+    try {
+        CFieldReader visit(pReader);
+        std::span<const uint8_t> reserved;
+        return pReader->ReadBytes(kReservedBytes.size(), &reserved) && visit(pSettings->languageCode) &&
+               VisitFieldsAhead(visit, *pSettings) && pReader->ReadInt(pnOperationsTold) &&
+               ReadOperations(pReader, pSettings, *pnOperationsTold) && VisitFieldsBehind(visit, *pSettings) &&
+               visit(pSettings->languageFilePath);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
