@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr uint32_t kPollMs = 10;
-constexpr int32_t kBacklog = 10;
+// Between two interrupts of a call that the system can miss.
+constexpr uint32_t kInterruptMs = 10;
 
 }  // namespace
 
@@ -30,44 +30,38 @@ bool CPortForwardOp::Start() {
     if (!BeginThread(m_settings.m_nProtocol == kProtocolTcp ? TcpListenerThread : UdpListenerThread, this)) {
         FailStart(ThreadStartError());
     }
-    while (m_bStarting != 0) Sleep(kPollMs);
+    m_pCounters->changed.Wait([this] { return m_bStarting == 0; });
     // A listener that failed has told so; its thread is gone in a moment.
-    while (m_bRunning == 0 && m_nThreads > 0) Sleep(kPollMs);
+    if (m_bRunning == 0) m_pCounters->changed.Wait([this] { return m_nThreads <= 0; });
     return m_bRunning != 0;
 }
 
 void CPortForwardOp::FailStart(int32_t nError) {
     m_nStartError = nError;
     m_bRunning = 0;
+    SetStarted();
+}
+
+void CPortForwardOp::SetStarted() {
     m_bStarting = 0;
+    m_pCounters->changed.Tell();
 }
 
 bool CPortForwardOp::Stop() {
     if (m_bRunning != 0) {
         if (m_settings.m_nProtocol == kProtocolUdp) {
             m_bUdpStop = 1;
-            while (m_nActiveSessions > 0) Sleep(kPollMs);
+            m_pCounters->changed.Wait([this] { return m_nActiveSessions <= 0; });
         }
         m_bListenerStop = 1;
-        EndListenerWhile([this] { return m_nActiveSessions > 0; });
-        // The set-ups of all operations: one that is still in connect may yet open a session here.
-        if (m_settings.m_nProtocol == kProtocolTcp)
-            EndListenerWhile([this] { return m_pCounters->nPendingSetups > 0; });
-        EndListenerWhile([this] { return m_nActiveSessions > 0; });
-        EndListenerWhile([this] { return m_nThreads > 0; });
-        EndListenerWhile([this] { return m_bRunning != 0; });
+        // The threads are the last to go: the set-ups among them, which may yet open a session, end it and take it off.
+        do {
+            InterruptListener();
+        } while (!m_pCounters->changed.WaitFor(kInterruptMs, [this] { return m_nThreads <= 0; }));
     }
     EndLeftThreads();
     m_bStopping = 0;
     return true;
-}
-
-void CPortForwardOp::EndListenerWhile(const auto& condition) {
-    InterruptListener();
-    while (condition()) {
-        Sleep(kPollMs);
-        InterruptListener();
-    }
 }
 
 void CPortForwardOp::InterruptListener() {
@@ -81,8 +75,10 @@ void CPortForwardOp::AddThread() {
 }
 
 void CPortForwardOp::RemoveThread() {
-    m_pCounters->nThreads.fetch_sub(1);
+    EngineCounters& counters = *m_pCounters;
+    counters.nThreads.fetch_sub(1);
     m_nThreads.fetch_sub(1);
+    counters.changed.Tell();
 }
 
 void CPortForwardOp::AddSession() {
@@ -96,6 +92,7 @@ void CPortForwardOp::RemoveSession() {
     m_nActiveSessions.fetch_sub(1);
     m_pCounters->nSessions.fetch_sub(1);
     m_nSessions.fetch_sub(1);
+    m_pCounters->changed.Tell();
 }
 
 int32_t CPortForwardOp::OpenListenSocket() try {
@@ -103,7 +100,7 @@ int32_t CPortForwardOp::OpenListenSocket() try {
     auto hListen = std::make_shared<CSocket>();
     int32_t nError = hListen->Open(bTcp ? SocketKind::Tcp : SocketKind::Udp);
     if (nError == 0) nError = hListen->Bind({m_settings.m_dwLocalIp, m_settings.m_wLocalPort});
-    if (nError == 0 && bTcp) nError = hListen->Listen(kBacklog);
+    if (nError == 0 && bTcp) nError = hListen->Listen();
     if (nError == 0) SetListenSocket(std::move(hListen));
     return nError;
 } catch (const std::bad_alloc&) {
@@ -147,10 +144,9 @@ void CPortForwardOp::EndLeftThreads() {
     if (m_nThreads <= 0) return;
     m_bListenerStop = 1;
     m_bUdpStop = 1;
-    while (m_nThreads > 0) {
+    do {
         InterruptTcpSessions();
-        Sleep(kPollMs);
-    }
+    } while (!m_pCounters->changed.WaitFor(kInterruptMs, [this] { return m_nThreads <= 0; }));
 }
 
 bool CPortForwardOp::IsClientAllowed(uint32_t dwIp) const {

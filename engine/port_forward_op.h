@@ -41,8 +41,7 @@ class CPortForwardOp {
     /// operation that runs already is left as it is.
     bool Start();
 
-    /// Ends the listener and every session, and waits until no thread of the operation is left. Always true. Takes as
-    /// long as the slowest outbound connect in progress anywhere in the program.
+    /// Ends the listener, every session and every set-up, and waits until no thread of the operation is left. Always true.
     bool Stop();
 
     /// Whether the filter lists let a client in. The address is in network byte order. Any thread.
@@ -113,6 +112,8 @@ class CPortForwardOp {
     uint16_t ListenPort();
     /// A listener could not begin: keeps the system's reason and clears both flags, m_bStarting last.
     void FailStart(int32_t nError);
+    /// The listener is ready, or has failed: Start goes on.
+    void SetStarted();
     /// Makes both connections of every listed session fail. False if the system can have missed one (CSocket::Interrupt).
     bool InterruptTcpSessions();
     bool HasTcpSessions();
@@ -126,7 +127,6 @@ class CPortForwardOp {
 
   private:
     void InterruptListener();
-    void EndListenerWhile(const auto& condition);
     void EndLeftThreads();
 
     std::mutex m_csListenSocket;

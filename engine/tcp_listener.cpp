@@ -85,7 +85,7 @@ void TcpListenerThread(CPortForwardOp* pOp) {
         pOp->RemoveThread();
         return;
     }
-    pOp->m_bStarting = 0;
+    pOp->SetStarted();
     AcceptClients(*pOp);
     EndSessions(*pOp);
     pOp->m_bRunning = 0;

@@ -117,7 +117,7 @@ void UdpListenerThread(CPortForwardOp* pOp) {
         pOp->RemoveThread();
         return;
     }
-    pOp->m_bStarting = 0;
+    pOp->SetStarted();
     ReceiveDatagrams(*pOp);
     icmp.End();
     // The sessions that are still open keep the socket for their replies.

@@ -25,6 +25,9 @@ struct [[nodiscard]] IoResult {
 
 class CSocket {
   public:
+    /// Every system takes this for its own maximum.
+    static constexpr int32_t kLongestQueue = INT32_MAX;
+
     CSocket() = default;
     ~CSocket() { Close(); }
     CSocket(CSocket&& other) noexcept : m_hSocket(std::exchange(other.m_hSocket, kNone)) {}
@@ -38,12 +41,15 @@ class CSocket {
 
     // The calls below return 0 or the system's error code (see the functions under the class).
 
-    /// Takes a new socket of the kind; what the object held is closed first.
+    /// Takes a new socket of the kind; what the object held is closed first. A TCP socket sends small writes without delay
+    /// and probes a silent peer: the first time after a minute, then every ten seconds, and gives it up after six.
     [[nodiscard]] int32_t Open(SocketKind kind);
     /// A port that was only just given up by a TCP listener can be bound again at once on every system.
     [[nodiscard]] int32_t Bind(const Endpoint& local);
-    [[nodiscard]] int32_t Listen(int32_t nBacklog);
-    /// Blocks for the next connection. *pClient and *pPeer are set only on success.
+    /// So many connections wait for Accept, or as many as the system grants.
+    [[nodiscard]] int32_t Listen(int32_t nQueue = kLongestQueue);
+    /// Blocks for the next connection. *pClient and *pPeer are set only on success. The connection has the options of the
+    /// listening socket.
     [[nodiscard]] int32_t Accept(CSocket* pClient, Endpoint* pPeer);
     [[nodiscard]] int32_t Connect(const Endpoint& remote);
     /// The local address that Bind or Connect gave the socket.

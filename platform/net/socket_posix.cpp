@@ -41,9 +41,7 @@ int32_t CSocket::Open(SocketKind kind) {
     const SocketType type = TypeOf(kind);
     const int hSocket = socket(AF_INET, type.nType | SOCK_CLOEXEC, type.nProtocol);
     if (hSocket < 0) return errno;
-    if (kind == SocketKind::Udp) {
-        setsockopt(hSocket, SOL_SOCKET, SO_RCVBUF, &kDatagramBufferBytes, sizeof kDatagramBufferBytes);
-    }
+    SetOptions(hSocket, kind);
     m_hSocket = hSocket;
     return 0;
 }
@@ -60,8 +58,8 @@ int32_t CSocket::Bind(const Endpoint& local) {
     return LastErrorIf(bind(Handle(m_hSocket), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0);
 }
 
-int32_t CSocket::Listen(int32_t nBacklog) {
-    return LastErrorIf(listen(Handle(m_hSocket), nBacklog) != 0);
+int32_t CSocket::Listen(int32_t nQueue) {
+    return LastErrorIf(listen(Handle(m_hSocket), nQueue) != 0);
 }
 
 int32_t CSocket::Accept(CSocket* pClient, Endpoint* pPeer) {

@@ -4,9 +4,14 @@
 
 #ifdef _WIN32
 #include "platform/system/windows_api.h"
+// The compiler's headers lack the numbers; Windows knows them since version 10.
+#define TCP_KEEPIDLE 3
+#define TCP_KEEPCNT 16
+#define TCP_KEEPINTVL 17
 #else
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #endif
 
@@ -28,6 +33,11 @@ inline Endpoint FromSystemAddress(const sockaddr_in& address) {
 /// them is lost. The system may grant less.
 inline constexpr int kDatagramBufferBytes = 1 << 20;
 
+/// How a TCP connection whose peer has vanished is noticed.
+inline constexpr int kFirstProbeSeconds = 60;
+inline constexpr int kProbeSeconds = 10;
+inline constexpr int kProbes = 6;
+
 /// What the system's socket call takes for a kind.
 struct SocketType {
     int nType;
@@ -38,4 +48,19 @@ inline SocketType TypeOf(SocketKind kind) {
     if (kind == SocketKind::Tcp) return {SOCK_STREAM, IPPROTO_TCP};
     if (kind == SocketKind::Udp) return {SOCK_DGRAM, IPPROTO_UDP};
     return {SOCK_RAW, IPPROTO_ICMP};
+}
+
+/// The options that a socket of the kind begins with. A system that does not know one goes on without it.
+template <class SystemSocket>
+void SetOptions(SystemSocket hSocket, SocketKind kind) {
+    const auto set = [hSocket](int nLevel, int nOption, int nValue) {
+        static_cast<void>(setsockopt(hSocket, nLevel, nOption, reinterpret_cast<const char*>(&nValue), sizeof nValue));
+    };
+    if (kind == SocketKind::Udp) set(SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
+    if (kind != SocketKind::Tcp) return;
+    set(IPPROTO_TCP, TCP_NODELAY, 1);
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+    set(IPPROTO_TCP, TCP_KEEPIDLE, kFirstProbeSeconds);
+    set(IPPROTO_TCP, TCP_KEEPINTVL, kProbeSeconds);
+    set(IPPROTO_TCP, TCP_KEEPCNT, kProbes);
 }

@@ -5,6 +5,8 @@
 #include "platform/net/socket_system.h"
 #include "platform/system/windows_api.h"
 
+#include <mstcpip.h>
+
 namespace {
 
 SOCKET Handle(intptr_t hSocket) {
@@ -21,6 +23,14 @@ IoResult ToResult(int nBytes) {
     return {nBytes, 0};
 }
 
+// The times also for a Windows that does not know the options for them; such a one always probes ten times.
+void SetProbeTimes(SOCKET hSocket) {
+    tcp_keepalive times = {1, kFirstProbeSeconds * 1000, kProbeSeconds * 1000};
+    DWORD dwBytes = 0;
+    static_cast<void>(
+        WSAIoctl(hSocket, SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &dwBytes, nullptr, nullptr));
+}
+
 }  // namespace
 
 int32_t CSocket::Open(SocketKind kind) {
@@ -30,10 +40,8 @@ int32_t CSocket::Open(SocketKind kind) {
     if (hSocket == INVALID_SOCKET) return WSAGetLastError();
     // Programs that a user starts from this one must not keep its ports.
     SetHandleInformation(reinterpret_cast<HANDLE>(hSocket), HANDLE_FLAG_INHERIT, 0);
-    if (kind == SocketKind::Udp) {
-        setsockopt(hSocket, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char*>(&kDatagramBufferBytes),
-                   sizeof kDatagramBufferBytes);
-    }
+    SetOptions(hSocket, kind);
+    if (kind == SocketKind::Tcp) SetProbeTimes(hSocket);
     m_hSocket = static_cast<intptr_t>(hSocket);
     return 0;
 }
@@ -43,8 +51,8 @@ int32_t CSocket::Bind(const Endpoint& local) {
     return LastErrorIf(bind(Handle(m_hSocket), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0);
 }
 
-int32_t CSocket::Listen(int32_t nBacklog) {
-    return LastErrorIf(listen(Handle(m_hSocket), nBacklog) != 0);
+int32_t CSocket::Listen(int32_t nQueue) {
+    return LastErrorIf(listen(Handle(m_hSocket), nQueue) != 0);
 }
 
 int32_t CSocket::Accept(CSocket* pClient, Endpoint* pPeer) {
@@ -53,6 +61,7 @@ int32_t CSocket::Accept(CSocket* pClient, Endpoint* pPeer) {
     const SOCKET hClient = accept(Handle(m_hSocket), reinterpret_cast<sockaddr*>(&address), &nSize);
     if (hClient == INVALID_SOCKET) return WSAGetLastError();
     SetHandleInformation(reinterpret_cast<HANDLE>(hClient), HANDLE_FLAG_INHERIT, 0);
+    SetProbeTimes(hClient);
     pClient->Close();
     pClient->m_hSocket = static_cast<intptr_t>(hClient);
     *pPeer = FromSystemAddress(address);

@@ -6,11 +6,11 @@
 #undef WINVER
 #undef _WIN32_WINNT
 #undef _WIN32_IE
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the system headers ask for these names
+// NOLINTBEGIN(bugprone-reserved-identifier): the system headers ask for these names
 #define WINVER 0x0601
 #define _WIN32_WINNT 0x0601
 #define _WIN32_IE 0x0800
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
 #ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
 #endif

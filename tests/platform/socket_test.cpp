@@ -28,7 +28,7 @@ Endpoint LocalOf(const CSocket& hSocket) {
 CSocket Bound(SocketKind kind, const Endpoint& local = kAnyPort) {
     CSocket hSocket;
     if (hSocket.Open(kind) != 0 || hSocket.Bind(local) != 0) return {};
-    return kind == SocketKind::Udp || hSocket.Listen(10) == 0 ? std::move(hSocket) : CSocket();
+    return kind == SocketKind::Udp || hSocket.Listen() == 0 ? std::move(hSocket) : CSocket();
 }
 
 CSocket ConnectedTo(SocketKind kind, const Endpoint& remote) {
@@ -132,7 +132,7 @@ Owner PassAround(Owner first, Owner second) {
 TEST(HandleOwners, GiveEachHandleBackOnce) {
     int32_t nBefore = 0;
     for (int32_t nRound = 0; nRound <= 20; ++nRound) {
-        EXPECT_EQ(PassAround(Bound(SocketKind::Udp), Bound(SocketKind::Tcp)).Listen(1), 0) << "the TCP socket";
+        EXPECT_EQ(PassAround(Bound(SocketKind::Udp), Bound(SocketKind::Tcp)).Listen(), 0) << "the TCP socket";
         EXPECT_EQ(PassAround(CFileHandle::OpenToAppend("owned"), CFileHandle::OpenToAppend("owned")).Close(), 0);
         // Behind the first round, so that whatever the system sets up once is there.
         if (nRound == 0) nBefore = CountHandles();
