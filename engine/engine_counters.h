@@ -1,9 +1,10 @@
-// The three counters that all operations share, and the signal that they or those of an operation have changed.
+// What all operations share: three counters, the signal of a change, and the connections that are on their way out.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 
+#include "engine/lingering_close.h"
 #include "platform/threads/change_signal.h"
 
 /// Any thread reads; the threads that are counted, and their creators, write. Relaxed order is enough for display; a stop
@@ -12,7 +13,9 @@ struct EngineCounters {
     std::atomic<int32_t> nThreads = 0;        // threads of the process that the program counts
     std::atomic<int32_t> nSessions = 0;       // sessions open in all operations
     std::atomic<int32_t> nPendingSetups = 0;  // TCP set-up threads of all operations
-    CChangeSignal changed;                    // told when a flag or count that Start or Stop waits for has changed
+    std::atomic<int32_t> nAcceptors = 0;  // idle threads of all operations that wait for a client; see TcpSessionThread
+    CLingeringCloses lingering;
+    CChangeSignal changed;  // told when a flag or count that Start or Stop waits for has changed
 };
 
 /// Adds bytes that came in from one side. Nothing is published by them: readers only show the figure.

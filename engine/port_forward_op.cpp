@@ -60,6 +60,7 @@ bool CPortForwardOp::Stop() {
         } while (!m_pCounters->changed.WaitFor(kInterruptMs, [this] { return m_nThreads <= 0; }));
     }
     EndLeftThreads();
+    m_pCounters->lingering.CloseOf(this);
     m_bStopping = 0;
     return true;
 }
@@ -78,6 +79,29 @@ void CPortForwardOp::RemoveThread() {
     EngineCounters& counters = *m_pCounters;
     counters.nThreads.fetch_sub(1);
     m_nThreads.fetch_sub(1);
+    counters.changed.Tell();
+}
+
+void CPortForwardOp::AddSetup() {
+    m_pCounters->nPendingSetups.fetch_add(1);
+    AddThread();
+}
+
+void CPortForwardOp::RemoveSetup() {
+    EngineCounters& counters = *m_pCounters;
+    RemoveThread();
+    counters.nPendingSetups.fetch_sub(1);
+}
+
+void CPortForwardOp::AddAcceptor() {
+    m_pCounters->nAcceptors.fetch_add(1);
+    m_nAcceptors.fetch_add(1);
+}
+
+void CPortForwardOp::RemoveAcceptor() {
+    EngineCounters& counters = *m_pCounters;
+    counters.nAcceptors.fetch_sub(1);
+    m_nAcceptors.fetch_sub(1);
     counters.changed.Tell();
 }
 
@@ -124,13 +148,27 @@ uint16_t CPortForwardOp::ListenPort() {
     return bChosen ? local.wPort : m_settings.m_wLocalPort;
 }
 
-bool CPortForwardOp::InterruptTcpSessions() {
+void CPortForwardOp::ListSession(TcpSession& session) {
     const std::scoped_lock lock(m_csTcpSockets);
-    bool bFinal = true;
-    for (const TcpSocketNode* pNode = m_TcpSocketHead.pNext.get(); pNode != nullptr; pNode = pNode->pNext.get()) {
-        bFinal = pNode->pSession->Interrupt() && bFinal;
+    session.node = {&session, &m_TcpSocketHead, m_TcpSocketHead.pNext};
+    if (session.node.pNext != nullptr) session.node.pNext->pPrevious = &session.node;
+    m_TcpSocketHead.pNext = &session.node;
+}
+
+void CPortForwardOp::UnlistSession(TcpSession& session) {
+    {
+        const std::scoped_lock lock(m_csTcpSockets);
+        session.node.pPrevious->pNext = session.node.pNext;
+        if (session.node.pNext != nullptr) session.node.pNext->pPrevious = session.node.pPrevious;
     }
-    return bFinal;
+    m_pCounters->changed.Tell();
+}
+
+void CPortForwardOp::InterruptTcpSessions() {
+    const std::scoped_lock lock(m_csTcpSockets);
+    for (TcpSocketNode* pNode = m_TcpSocketHead.pNext; pNode != nullptr; pNode = pNode->pNext) {
+        pNode->pSession->Interrupt();
+    }
 }
 
 bool CPortForwardOp::HasTcpSessions() {

@@ -98,9 +98,22 @@ class CPortForwardOp {
     /// A thread's last touch of the operation, which can go from then on.
     void RemoveThread();
 
+    /// The same of a set-up thread, which counts for itself too.
+    void AddSetup();
+    void RemoveSetup();
+
+    /// An idle thread that waits for a client is in no figure. Its removal is its last touch of the operation.
+    void AddAcceptor();
+    void RemoveAcceptor();
+
     /// A session is counted from the moment that it stands until its end has been told.
     void AddSession();
     void RemoveSession();
+
+    /// Counts bytes that came in.
+    void AddReceived(bool bFromServer, int32_t nBytes) {
+        AddBytes(bFromServer ? m_dBytesFromServer : m_dBytesFromClient, nBytes);
+    }
 
     /// Opens and binds the operation's socket and, for TCP, listens. 0, or the system's code and the socket that there was
     /// stays.
@@ -114,12 +127,16 @@ class CPortForwardOp {
     void FailStart(int32_t nError);
     /// The listener is ready, or has failed: Start goes on.
     void SetStarted();
-    /// Makes both connections of every listed session fail. False if the system can have missed one (CSocket::Interrupt).
-    bool InterruptTcpSessions();
+    void ListSession(TcpSession& session);
+    /// Nobody else can reach the session from then on.
+    void UnlistSession(TcpSession& session);
+    /// Makes both connections of every listed session fail. Repeated, since the system can miss a call.
+    void InterruptTcpSessions();
     bool HasTcpSessions();
 
     std::atomic<uint8_t> m_bListenerStop = 0;  // the listener ends or has ended: no session may come up any more
     std::atomic<uint8_t> m_bUdpStop = 0;       // the UDP threads are to end; set by Stop
+    std::atomic<int32_t> m_nAcceptors = 0;     // threads that wait for a client besides the listener
     std::mutex m_csTcpSockets;
     TcpSocketNode m_TcpSocketHead GUARDED_BY(m_csTcpSockets);  // sentinel; the lock guards the links behind it too
     std::mutex m_csUdpSessions;

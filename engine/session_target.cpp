@@ -3,12 +3,15 @@
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 
-Rejection ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind, CSocket* phSocket) {
+bool FindTarget(const CPortForwardOp& op, const Endpoint& client, Endpoint* pTarget) {
     const OpSettings& settings = op.m_settings;
-    Endpoint target = {client.dwIp, settings.m_wRemotePort};
-    if (!settings.IsTargetTheClient() && !ResolveHostAddress(settings.m_strRemoteHost, &target.dwIp)) {
-        return SessionEventSlot::Unresolved;
-    }
+    *pTarget = {client.dwIp, settings.m_wRemotePort};
+    return settings.IsTargetTheClient() || ResolveHostAddress(settings.m_strRemoteHost, &pTarget->dwIp);
+}
+
+Rejection ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind, CSocket* phSocket) {
+    Endpoint target;
+    if (!FindTarget(op, client, &target)) return SessionEventSlot::Unresolved;
     if (phSocket->Open(kind) != 0) return SessionEventSlot::NoSocket;
     if (phSocket->Connect(target) != 0) return SessionEventSlot::NoConnection;
     return {};

@@ -6,6 +6,10 @@
 
 class CPortForwardOp;
 
+/// Where the connection or the datagrams of this client go. A name is looked up anew each time: blocks. False when it is
+/// unknown.
+bool FindTarget(const CPortForwardOp& op, const Endpoint& client, Endpoint* pTarget);
+
 /// Opens *phSocket and connects it to the operation's remote port, for this client. A name is looked up anew each time.
 /// Blocks.
 [[nodiscard]] Rejection ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind,

@@ -10,6 +10,8 @@
 namespace {
 
 constexpr uint32_t kShortageWaitMs = 10;
+// Between two interrupts of calls that the system can miss.
+constexpr uint32_t kInterruptMs = 10;
 
 // nPendingSetups is the figure that both of its limits are measured by.
 Rejection CheckClient(const CPortForwardOp& op, const Endpoint& client, int32_t nPendingSetups) {
@@ -18,45 +20,35 @@ Rejection CheckClient(const CPortForwardOp& op, const Endpoint& client, int32_t 
     return CheckLimits(op, nPendingSetups);
 }
 
-std::unique_ptr<TcpSessionRequest> MakeRequest(CPortForwardOp& op, CSocket hClient, const Endpoint& client) try {
+std::unique_ptr<TcpSessionRequest> MakeRequest(CPortForwardOp& op, CSocket* phClient, const Endpoint& client) try {
     auto pRequest = std::make_unique<TcpSessionRequest>();
     pRequest->pOp = &op;
-    pRequest->pSession = std::make_shared<TcpSession>();
-    pRequest->pSession->hClient = std::move(hClient);
-    pRequest->pSession->addrClient = client;
+    pRequest->session.hClient = std::move(*phClient);
+    pRequest->session.addrClient = client;
     return pRequest;
 } catch (const std::bad_alloc&) {
     return nullptr;
 }
 
-// Hands the client to a set-up thread.
-Rejection StartSetup(CPortForwardOp& op, CSocket hClient, const Endpoint& client) {
-    auto pRequest = MakeRequest(op, std::move(hClient), client);
-    if (!pRequest) return SessionEventSlot::AllocationFault;
-    op.m_pCounters->nPendingSetups.fetch_add(1);
-    if (op.BeginThread(TcpSessionThread, std::move(pRequest))) return {};
-    op.m_pCounters->nPendingSetups.fetch_sub(1);
-    return SessionEventSlot::TooManyThreads;
-}
-
-// A client that is refused is closed behind its event, without a word to it.
-void AdmitClient(CPortForwardOp& op, CSocket hClient, const Endpoint& client) {
-    Rejection rejection = CheckClient(op, client, op.m_pCounters->nPendingSetups);
-    if (!rejection) rejection = StartSetup(op, std::move(hClient), client);
-    if (rejection) RaiseSessionEvent(op, *rejection, client);
+// Gives the client a thread of its own.
+void StartSetup(CPortForwardOp& op, std::unique_ptr<TcpSessionRequest> pRequest) {
+    if (AfxBeginThread(TcpSessionThread, std::move(pRequest))) return;
+    // The block has stayed here.
+    op.UnlistSession(pRequest->session);
+    RaiseSessionEvent(op, SessionEventSlot::TooManyThreads, pRequest->session.addrClient);
+    op.RemoveSetup();
 }
 
 // Returns when the listener is to end: on a stop, or on a failure of the listening socket.
 void AcceptClients(CPortForwardOp& op) {
     auto hListen = op.ListenSocket();
     for (;;) {
-        CSocket hClient;
-        Endpoint client;
-        const int32_t nError = hListen->Accept(&hClient, &client);
+        std::unique_ptr<TcpSessionRequest> pRequest;
+        const int32_t nError = AcceptClient(op, *hListen, &pRequest);
+        if (pRequest) StartSetup(op, std::move(pRequest));
         if (op.m_bListenerStop != 0) return;
-        if (nError == 0) {
-            AdmitClient(op, std::move(hClient), client);
-        } else if (IsTemporaryAcceptError(nError)) {
+        if (nError == 0) continue;
+        if (IsTemporaryAcceptError(nError)) {
             // A listener that ended for want of handles would stay away when there are some again.
             Sleep(kShortageWaitMs);
         } else if (IsNotSocketError(nError)) {
@@ -72,11 +64,36 @@ void AcceptClients(CPortForwardOp& op) {
 // From here on no new session can come up: a set-up that is still in connect sees the flag behind it.
 void EndSessions(CPortForwardOp& op) {
     op.m_bListenerStop = 1;
+    const auto hListen = op.ListenSocket();
     op.SetListenSocket(nullptr);
-    EndCalls([&op] { return op.InterruptTcpSessions(); }, [&op] { return !op.HasTcpSessions(); });
+    do {
+        hListen->Interrupt();
+        op.InterruptTcpSessions();
+    } while (
+        !op.m_pCounters->changed.WaitFor(kInterruptMs, [&op] { return op.m_nAcceptors == 0 && !op.HasTcpSessions(); }));
 }
 
 }  // namespace
+
+// A client that is refused is closed behind its event, without a word to it.
+int32_t AcceptClient(CPortForwardOp& op, CSocket& hListen, std::unique_ptr<TcpSessionRequest>* ppRequest) {
+    CSocket hClient;
+    Endpoint client;
+    const int32_t nError = hListen.Accept(&hClient, &client);
+    if (nError != 0 || op.m_bListenerStop != 0) return nError;
+    Rejection rejection = CheckClient(op, client, op.m_pCounters->nPendingSetups);
+    if (!rejection) {
+        *ppRequest = MakeRequest(op, &hClient, client);
+        if (!*ppRequest) rejection = SessionEventSlot::AllocationFault;
+    }
+    if (rejection) {
+        RaiseSessionEvent(op, *rejection, client);
+    } else {
+        op.AddSetup();
+        op.ListSession((*ppRequest)->session);
+    }
+    return 0;
+}
 
 void TcpListenerThread(CPortForwardOp* pOp) {
     const int32_t nError = pOp->OpenListenSocket();

@@ -1,56 +1,52 @@
-#include "engine/tcp_session.h"
-
 #include "engine/port_forward_op.h"
-#include "engine/session_chain.h"
-#include "engine/session_event.h"
-#include "platform/threads/threads.h"
+#include "engine/tcp_session.h"
 
 namespace {
 
 constexpr size_t kBufferBytes = 65536;
-
-// Copies until one of the two connections ends or fails.
-void RelayBytes(CSocket& hFrom, CSocket& hTo, std::atomic<double>& dBytes) {
-    uint8_t buffer[kBufferBytes];
-    for (;;) {
-        const IoResult received = hFrom.Recv(buffer, sizeof buffer);
-        if (received.nBytes <= 0) return;
-        AddBytes(dBytes, received.nBytes);
-        if (hTo.Send(buffer, static_cast<size_t>(received.nBytes)).nBytes < 0) return;
-    }
-}
-
-// For a relay that makes no further call on the sockets. The first to leave ends both connections, so that the other one
-// does not stay blocked.
-void LeaveSession(TcpSession& session) {
-    if (session.nRelays.fetch_sub(1) == 1) return;
-    EndCalls([&session] { return session.Interrupt(); }, [&session] { return session.nRelays <= 0; });
-}
-
-void RemoveNode(CPortForwardOp& op, const TcpSocketNode* pNode) {
-    const std::scoped_lock lock(op.m_csTcpSockets);
-    static_cast<void>(TakeFromChain(op.m_TcpSocketHead, pNode));
-}
+// Between two breaks of a call that the system can miss.
+constexpr uint32_t kBreakMs = 10;
 
 }  // namespace
 
+bool EndSessionFrom(TcpSession& session, bool bFromServer) {
+    if (session.bEnded.exchange(1) != 0) return false;
+    session.bServerEnded = bFromServer ? 1 : 0;
+    (bFromServer ? session.hClient : session.hServer).ShutdownSend();
+    return true;
+}
+
+void RelayBytes(const TcpRelayParams& params, const uint8_t* pRest, size_t nRest) {
+    TcpSession& session = *params.pSession;
+    const bool bFromServer = params.bFromServer;
+    CSocket& hFrom = bFromServer ? session.hServer : session.hClient;
+    CSocket& hTo = bFromServer ? session.hClient : session.hServer;
+    CBreakableCalls& calls = bFromServer ? session.relayFromServer : session.relayFromClient;
+    CBreakableCalls& other = bFromServer ? session.relayFromClient : session.relayFromServer;
+    CChangeSignal& changed = params.pOp->m_pCounters->changed;
+    uint8_t buffer[kBufferBytes];
+    calls.Enter();
+    bool bTaken = nRest == 0 || hTo.Send(pRest, nRest, &calls).nBytes >= 0;
+    // Behind an interrupt nothing is read any more: a peer that still sends is told by the reset that unread bytes cause.
+    while (session.bInterrupted == 0) {
+        // A receiver that takes no more is on its way out, and what it sent before is still to be carried the other way: that
+        // direction ends the session. Meanwhile nobody is left waiting to send.
+        if (!bTaken) hTo.ShutdownSend();
+        const IoResult received = hFrom.Recv(buffer, sizeof buffer, &calls);
+        if (received.nBytes <= 0) break;
+        params.pOp->AddReceived(bFromServer, received.nBytes);
+        if (bTaken) bTaken = hTo.Send(buffer, static_cast<size_t>(received.nBytes), &calls).nBytes >= 0;
+    }
+    calls.Leave();
+    changed.Tell();
+    if (!bTaken || !EndSessionFrom(session, bFromServer)) return;
+    while (!other.Break(hFrom, hTo)) changed.WaitFor(kBreakMs, [&other] { return other.HasLeft(); });
+}
+
 void TcpRelayThread(std::unique_ptr<TcpRelayParams> pParams) {
     CPortForwardOp& op = *pParams->pOp;
-    TcpSession& session = *pParams->pSession;
-    const bool bFromServer = pParams->bFromServer;
-    const Endpoint client = session.addrClient;
-    if (bFromServer) {
-        RelayBytes(session.hServer, session.hClient, op.m_dBytesFromServer);
-    } else {
-        RelayBytes(session.hClient, session.hServer, op.m_dBytesFromClient);
-    }
-    LeaveSession(session);
-    if (bFromServer) RemoveNode(op, pParams->pSocketNode);
+    RelayBytes(*pParams, nullptr, 0);
+    pParams->pSession->bRelayGone = 1;
     pParams.reset();
-    // The server side tells of the session's end and takes it out of the counts.
-    if (bFromServer) {
-        RaiseSessionEvent(op, SessionEventSlot::Ended, client);
-        op.RemoveSession();
-    }
     op.RemoveThread();
 }

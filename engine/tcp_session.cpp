@@ -4,76 +4,160 @@
 #include <utility>
 
 #include "engine/port_forward_op.h"
-#include "engine/session_chain.h"
 #include "engine/session_target.h"
+#include "platform/net/carry.h"
 #include "platform/threads/threads.h"
 
 namespace {
 
-// What the two relays of a session need, allocated before the first of them runs.
-struct RelayBlocks {
-    std::unique_ptr<TcpRelayParams> pFromClient;
-    std::unique_ptr<TcpRelayParams> pFromServer;
-    std::unique_ptr<TcpSocketNode> pNode;
+// For both directions of a quiet session, on the stack of its thread.
+constexpr size_t kQuietBytes = 16384;
+
+// Threads that wait for a client besides the listener: as many as short sessions of an operation are likely to run at once,
+// and in the whole program no more than what is left idle may hold.
+constexpr int32_t kMaxAcceptorsOfOp = 4;
+constexpr int32_t kMaxAcceptors = 64;
+
+class COperationBytes : public IByteCounter {
+  public:
+    explicit COperationBytes(CPortForwardOp* pOp) : m_pOp(pOp) {}
+    void OnReceived(bool bFromServer, int32_t nBytes) override { m_pOp->AddReceived(bFromServer, nBytes); }
+
+  private:
+    CPortForwardOp* const m_pOp;
 };
 
-// False when there is no memory.
-bool MakeBlocks(const TcpSessionRequest& request, RelayBlocks* pBlocks) try {
-    pBlocks->pFromClient = std::make_unique<TcpRelayParams>();
-    pBlocks->pFromClient->pOp = request.pOp;
-    pBlocks->pFromClient->pSession = request.pSession;
-    pBlocks->pFromServer = std::make_unique<TcpRelayParams>(*pBlocks->pFromClient);
-    pBlocks->pFromServer->bFromServer = true;
-    pBlocks->pNode = std::make_unique<TcpSocketNode>();
-    pBlocks->pNode->pSession = request.pSession;
-    pBlocks->pFromServer->pSocketNode = pBlocks->pNode.get();
-    return true;
-} catch (const std::bad_alloc&) {
-    return false;
-}
-
-// Starts the relays of a session whose connections stand. The server's relay runs on this system thread, once the set-up
-// is over.
-Rejection StartRelays(const TcpSessionRequest& request) {
-    CPortForwardOp& op = *request.pOp;
-    RelayBlocks blocks;
-    if (!MakeBlocks(request, &blocks)) return SessionEventSlot::AllocationFault;
-    if (!op.BeginThread(TcpRelayThread, std::move(blocks.pFromClient))) return SessionEventSlot::TooManyThreads;
+Rejection ConnectServer(CPortForwardOp& op, TcpSession& session) {
+    Endpoint target;
+    if (!FindTarget(op, session.addrClient, &target)) return SessionEventSlot::Unresolved;
+    CSocket hServer;
+    if (hServer.Open(SocketKind::Tcp) != 0) return SessionEventSlot::NoSocket;
     {
         const std::scoped_lock lock(op.m_csTcpSockets);
-        AppendToChain(op.m_TcpSocketHead, std::move(blocks.pNode));
+        session.hServer = std::move(hServer);
+        session.bConnecting = 1;
     }
-    op.AddSession();
-    op.AddThread();
-    AfxContinueThread(TcpRelayThread, std::move(blocks.pFromServer));
+    // A stop that began before is seen here; one that begins now finds the socket and interrupts the connect.
+    const bool bConnected = op.m_bListenerStop == 0 && session.hServer.Connect(target) == 0;
+    session.bConnecting = 0;
+    if (!bConnected) return SessionEventSlot::NoConnection;
     return {};
 }
 
-void SetUpSession(const TcpSessionRequest& request) {
-    const CPortForwardOp& op = *request.pOp;
-    TcpSession& session = *request.pSession;
-    Rejection rejection = ConnectToTarget(op, session.addrClient, SocketKind::Tcp, &session.hServer);
-    if (!rejection) rejection = StartRelays(request);
+// Gives one direction a thread of its own, which takes itself off the counts.
+Rejection StartRelay(CPortForwardOp& op, TcpSession& session, bool bFromServer) try {
+    auto pParams = std::make_unique<TcpRelayParams>(TcpRelayParams{&op, &session, bFromServer});
+    if (AfxBeginThread(TcpRelayThread, std::move(pParams))) return {};
+    return SessionEventSlot::TooManyThreads;
+} catch (const std::bad_alloc&) {
+    return SessionEventSlot::AllocationFault;
+}
+
+// Both relays are counted from here on. A system on which one thread cannot be both starts the client's.
+Rejection AddRelays(CPortForwardOp& op, TcpSession& session) {
+    op.AddThread();
+    if constexpr (!kOneThreadCarriesBoth) {
+        if (const Rejection rejection = StartRelay(op, session, false)) {
+            op.RemoveThread();
+            return rejection;
+        }
+    }
+    op.AddSession();
+    op.AddThread();
+    return {};
+}
+
+// Whether the session stands.
+bool SetUpSession(CPortForwardOp& op, TcpSession& session) {
+    Rejection rejection = ConnectServer(op, session);
+    if (!rejection) rejection = AddRelays(op, session);
     if (!rejection && (op.m_bStopping != 0 || op.m_bListenerStop != 0)) {
-        // A stop that began meanwhile has perhaps not found the session in the list. It ends without this event; the
-        // server's relay finds its connection dead and sees to the rest.
+        // It ends at once, and without this event.
         session.Interrupt();
-        return;
+        return true;
     }
     RaiseSessionEvent(op, rejection.value_or(SessionEventSlot::Accepted), session.addrClient);
+    return !rejection;
+}
+
+// Returns when no thread is in a call on the session's sockets any more. One of its two relays has been taken off the
+// counts then.
+void RelaySession(CPortForwardOp& op, TcpSession& session) {
+    COperationBytes counter(&op);
+    uint8_t buffer[kQuietBytes];
+    CarryResult busy = {.bFromServer = true};
+    if constexpr (kOneThreadCarriesBoth) {
+        for (;;) {
+            busy = CarryQuietly(session.hClient, session.hServer, buffer, counter);
+            if (busy.bEnded) {
+                EndSessionFrom(session, busy.bFromServer);
+                op.RemoveThread();
+                return;
+            }
+            if (!StartRelay(op, session, !busy.bFromServer)) break;
+            // Where no thread can be had, the other direction waits for the rest of this one.
+            static_cast<void>((busy.bFromServer ? session.hClient : session.hServer).Send(buffer, busy.nRest));
+        }
+    }
+    RelayBytes({&op, &session, busy.bFromServer}, buffer, busy.nRest);
+    op.m_pCounters->changed.Wait([&session] { return session.bRelayGone != 0; });
+}
+
+// The connection that did not end first may still be sending: it is closed when its peer has had all that came before the
+// end. A stop waits for no peer.
+void CloseSession(CPortForwardOp& op, TcpSession& session) {
+    op.UnlistSession(session);
+    if (session.bEnded == 0 || session.bInterrupted != 0) return;
+    CSocket& hLeft = session.bServerEnded != 0 ? session.hClient : session.hServer;
+    op.m_pCounters->lingering.Add(std::move(hLeft), &op);
+}
+
+// The socket to accept from, if this thread is to wait for the next client. It is counted then, so that the operation waits
+// for it.
+std::shared_ptr<CSocket> EnlistAcceptor(CPortForwardOp& op) {
+    if constexpr (!kOneThreadCarriesBoth) return {};
+    if (op.m_nAcceptors >= kMaxAcceptorsOfOp || op.m_pCounters->nAcceptors >= kMaxAcceptors) return {};
+    op.AddAcceptor();
+    auto hListen = op.m_bListenerStop == 0 ? op.ListenSocket() : nullptr;
+    if (!hListen) op.RemoveAcceptor();
+    return hListen;
+}
+
+// Null when there is no need to wait any longer; the operation can go then.
+std::unique_ptr<TcpSessionRequest> AwaitClient(CPortForwardOp& op, CSocket& hListen) {
+    std::unique_ptr<TcpSessionRequest> pRequest;
+    while (!pRequest && op.m_bListenerStop == 0 && AcceptClient(op, hListen, &pRequest) == 0) {
+    }
+    op.RemoveAcceptor();
+    return pRequest;
 }
 
 }  // namespace
 
 bool TcpSession::Interrupt() {
-    const bool bFinal = hServer.Interrupt();
+    bInterrupted = 1;
+    const bool bFinal = hServer.Interrupt() && bConnecting == 0;
     return hClient.Interrupt() && bFinal;
 }
 
 void TcpSessionThread(std::unique_ptr<TcpSessionRequest> pRequest) {
     CPortForwardOp& op = *pRequest->pOp;
-    SetUpSession(*pRequest);
-    pRequest.reset();
-    op.m_pCounters->nPendingSetups.fetch_sub(1);
-    op.RemoveThread();
+    while (pRequest) {
+        TcpSession& session = pRequest->session;
+        const Endpoint client = session.addrClient;
+        const bool bSession = SetUpSession(op, session);
+        if (bSession) {
+            op.RemoveSetup();
+            RelaySession(op, session);
+        }
+        CloseSession(op, session);
+        pRequest.reset();
+        if (bSession) {
+            RaiseSessionEvent(op, SessionEventSlot::Ended, client);
+            op.RemoveSession();
+        }
+        const auto hListen = EnlistAcceptor(op);
+        bSession ? op.RemoveThread() : op.RemoveSetup();
+        if (hListen) pRequest = AwaitClient(op, *hListen);
+    }
 }

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,6 +23,8 @@ struct [[nodiscard]] IoResult {
     int32_t nBytes = -1;
     int32_t nError = 0;  // 0 when nBytes is 0 or more
 };
+
+class CBreakableCalls;
 
 class CSocket {
   public:
@@ -61,12 +64,20 @@ class CSocket {
 
     /// Blocks for data. 0 bytes is the orderly end of a TCP connection or a datagram without content; a socket that was
     /// interrupted gives 0 or -1, and may first give data that had already arrived.
-    IoResult Recv(void* pBuffer, size_t nSize);
+    /// Calls that another thread has broken give -1.
+    IoResult Recv(void* pBuffer, size_t nSize, const CBreakableCalls* pCalls = nullptr);
     IoResult RecvFrom(void* pBuffer, size_t nSize, Endpoint* pPeer);
     /// TCP: blocks until all bytes are handed over. UDP: sends one datagram. An error that belongs to an earlier datagram
     /// (an ICMP message that came back meanwhile) does not keep this one from being sent.
-    IoResult Send(const void* pData, size_t nSize);
+    IoResult Send(const void* pData, size_t nSize, const CBreakableCalls* pCalls = nullptr);
     IoResult SendTo(const void* pData, size_t nSize, const Endpoint& peer);
+
+    // POSIX systems only: what can be had without blocking, which for a send may be less than all.
+    IoResult RecvNow(void* pBuffer, size_t nSize);
+    IoResult SendNow(const void* pData, size_t nSize);
+
+    /// From now on no call blocks: one that would have fails (IsWouldBlockError). No other thread may be in a call.
+    void SetNonBlocking();
 
     /// Ends a TCP connection in the sending direction only: the peer sees its orderly end.
     void ShutdownSend();
@@ -79,12 +90,18 @@ class CSocket {
     bool IsOpen() const { return m_hSocket != kNone; }
 
   private:
+    // What waits on the handles of several sockets at once.
+    friend class CBreakableCalls;
+    friend struct CarryResult CarryQuietly(CSocket&, CSocket&, std::span<uint8_t>, class IByteCounter&);
+
     static constexpr intptr_t kNone = -1;
     intptr_t m_hSocket = kNone;
 };
 
 /// The code of a call on something that is no socket (any more).
 bool IsNotSocketError(int32_t nError);
+/// The code of a call that would have to wait, where it must not.
+bool IsWouldBlockError(int32_t nError);
 /// The code by which a datagram socket tells that an earlier datagram found no receiver.
 bool IsConnectionResetError(int32_t nError);
 /// The code by which the system keeps a raw socket from a process that has no right to one.

@@ -1,6 +1,7 @@
 #include "platform/net/socket.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -8,6 +9,7 @@
 
 #include <cerrno>
 
+#include "platform/net/breakable_calls.h"
 #include "platform/net/socket_system.h"
 
 namespace {
@@ -102,12 +104,25 @@ uint32_t CSocket::LocalAddressToward(uint32_t dwIp) const {
     return hProbe.LocalEndpoint(&local) == 0 ? local.dwIp : dwIp;
 }
 
-IoResult CSocket::Recv(void* pBuffer, size_t nSize) {
+IoResult CSocket::Recv(void* pBuffer, size_t nSize, const CBreakableCalls* pCalls) {
     ssize_t nBytes = 0;
     do {
+        if (pCalls != nullptr && pCalls->IsBroken()) return {-1, ECANCELED};
         nBytes = recv(Handle(m_hSocket), pBuffer, nSize, 0);
     } while (nBytes < 0 && errno == EINTR);
     return ToResult(nBytes);
+}
+
+IoResult CSocket::RecvNow(void* pBuffer, size_t nSize) {
+    return ToResult(recv(Handle(m_hSocket), pBuffer, nSize, MSG_DONTWAIT));
+}
+
+IoResult CSocket::SendNow(const void* pData, size_t nSize) {
+    return ToResult(send(Handle(m_hSocket), pData, nSize, MSG_DONTWAIT | MSG_NOSIGNAL));
+}
+
+void CSocket::SetNonBlocking() {
+    fcntl(Handle(m_hSocket), F_SETFL, fcntl(Handle(m_hSocket), F_GETFL) | O_NONBLOCK);
 }
 
 IoResult CSocket::RecvFrom(void* pBuffer, size_t nSize, Endpoint* pPeer) {
@@ -121,11 +136,12 @@ IoResult CSocket::RecvFrom(void* pBuffer, size_t nSize, Endpoint* pPeer) {
     return ToResult(nBytes);
 }
 
-IoResult CSocket::Send(const void* pData, size_t nSize) {
+IoResult CSocket::Send(const void* pData, size_t nSize, const CBreakableCalls* pCalls) {
     const char* const pBytes = static_cast<const char*>(pData);
     size_t nSent = 0;
     int nTries = kSendTries;
     for (;;) {
+        if (pCalls != nullptr && pCalls->IsBroken()) return {-1, ECANCELED};
         const ssize_t nBytes = send(Handle(m_hSocket), pBytes + nSent, nSize - nSent, MSG_NOSIGNAL);
         if (nBytes < 0) {
             if (errno == EINTR || (BelongsToEarlierDatagram(errno) && --nTries > 0)) continue;
@@ -164,6 +180,10 @@ void CSocket::Close() {
 
 bool IsNotSocketError(int32_t nError) {
     return nError == EBADF || nError == ENOTSOCK;
+}
+
+bool IsWouldBlockError(int32_t nError) {
+    return nError == EAGAIN;
 }
 
 bool IsConnectionResetError(int32_t nError) {

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "platform/net/breakable_calls.h"
 #include "platform/net/socket_system.h"
 #include "platform/system/windows_api.h"
 
@@ -90,7 +91,8 @@ uint32_t CSocket::LocalAddressToward(uint32_t dwIp) const {
     return nResult == 0 ? FromSystemAddress(local).dwIp : dwIp;
 }
 
-IoResult CSocket::Recv(void* pBuffer, size_t nSize) {
+IoResult CSocket::Recv(void* pBuffer, size_t nSize, const CBreakableCalls* pCalls) {
+    if (pCalls != nullptr && pCalls->IsBroken()) return {-1, WSA_OPERATION_ABORTED};
     return ToResult(recv(Handle(m_hSocket), static_cast<char*>(pBuffer), static_cast<int>(nSize), 0));
 }
 
@@ -104,7 +106,8 @@ IoResult CSocket::RecvFrom(void* pBuffer, size_t nSize, Endpoint* pPeer) {
     return {nBytes, 0};
 }
 
-IoResult CSocket::Send(const void* pData, size_t nSize) {
+IoResult CSocket::Send(const void* pData, size_t nSize, const CBreakableCalls* pCalls) {
+    if (pCalls != nullptr && pCalls->IsBroken()) return {-1, WSA_OPERATION_ABORTED};
     // A blocking send hands all bytes over before it returns.
     return ToResult(send(Handle(m_hSocket), static_cast<const char*>(pData), static_cast<int>(nSize), 0));
 }
@@ -113,6 +116,11 @@ IoResult CSocket::SendTo(const void* pData, size_t nSize, const Endpoint& peer) 
     const sockaddr_in address = ToSystemAddress(peer);
     return ToResult(sendto(Handle(m_hSocket), static_cast<const char*>(pData), static_cast<int>(nSize), 0,
                            reinterpret_cast<const sockaddr*>(&address), sizeof address));
+}
+
+void CSocket::SetNonBlocking() {
+    u_long nOn = 1;
+    ioctlsocket(Handle(m_hSocket), static_cast<long>(FIONBIO), &nOn);
 }
 
 void CSocket::ShutdownSend() {
@@ -134,6 +142,10 @@ void CSocket::Close() {
 
 bool IsNotSocketError(int32_t nError) {
     return nError == WSAENOTSOCK;
+}
+
+bool IsWouldBlockError(int32_t nError) {
+    return nError == WSAEWOULDBLOCK;
 }
 
 // An ICMP port-unreachable shows as the first on Windows and as the second under Wine.

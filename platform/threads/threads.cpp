@@ -4,7 +4,6 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -25,9 +24,6 @@ struct CachedThread {
     ThreadStart start = {};  // what to run next; written before the wake, read behind it
     bool bEnd = false;       // the same: end instead
 };
-
-// What the thread procedure that runs now asked to be continued with.
-thread_local std::optional<ThreadStart> t_next;
 
 class CThreadCache {
   public:
@@ -50,7 +46,8 @@ class CThreadCache {
     // What every system thread runs: its first start, and whatever it is given behind that.
     void Run(const std::shared_ptr<CachedThread>& pThread) {
         do {
-            RunProcedures(pThread->start);
+            const ThreadStart& start = pThread->start;
+            start.pfnEntry(start.pfnProc, start.pParam);
         } while (Park(pThread));
     }
 
@@ -71,15 +68,6 @@ class CThreadCache {
     }
 
   private:
-    static void RunProcedures(ThreadStart start) {
-        for (;;) {
-            t_next.reset();
-            start.pfnEntry(start.pfnProc, start.pParam);
-            if (!t_next) return;
-            start = *t_next;
-        }
-    }
-
     // False when the thread is to end.
     bool Park(const std::shared_ptr<CachedThread>& pThread) {
         {
@@ -144,10 +132,6 @@ bool IsStartFailureForced() {
 bool StartThread(const ThreadStart& start) {
     if (IsStartFailureForced()) return false;
     return Cache().HandOver(start) || StartNewThread(start);
-}
-
-void ContinueThread(const ThreadStart& start) {
-    t_next = start;
 }
 
 void ReleaseParkedThreads() {

@@ -23,9 +23,6 @@ struct ThreadStart {
 };
 [[nodiscard]] bool StartThread(const ThreadStart& start);
 
-/// See AfxContinueThread.
-void ContinueThread(const ThreadStart& start);
-
 template <class T>
 ThreadStart MakeThreadStart(void (*pfnProc)(std::unique_ptr<T>), T* pParam) {
     const auto pfnEntry = [](void (*pfn)(), void* p) {
@@ -41,13 +38,6 @@ template <class T>
     if (!StartThread(MakeThreadStart(pfnProc, pParam.get()))) return false;
     static_cast<void>(pParam.release());
     return true;
-}
-
-/// Starts pfnProc(pParam) as soon as the present thread procedure has returned, on the system thread that this leaves
-/// free: it cannot fail and wakes nobody. Only from a procedure that AfxBeginThread started, once in it.
-template <class T>
-void AfxContinueThread(void (*pfnProc)(std::unique_ptr<T>), std::unique_ptr<T> pParam) {
-    ContinueThread(MakeThreadStart(pfnProc, pParam.release()));
 }
 
 /// The same for a block that the caller keeps: it must outlive the thread.

@@ -1,5 +1,8 @@
+#include <algorithm>
+#include <atomic>
 #include <thread>
 
+#include "platform/net/carry.h"
 #include "tests/engine/engine_fixture.h"
 
 TEST_F(EngineTest, TcpCarriesBytesUnchangedBothWaysAndCountsThem) {
@@ -68,10 +71,11 @@ TEST_F(EngineTest, StopEndsASessionWhoseClientReadsNothing) {
     EXPECT_EQ(Events(), (Lines{"accepted", "ended"}));
 }
 
-TEST_F(EngineTest, StopDuringConnectWaitsForItAndLogsNoAcceptance) {
+TEST_F(EngineTest, StopInterruptsAConnectAndWaitsForNoOtherOperation) {
     // A server that accepts nothing leaves connects hanging once its short queue is full.
     CPeer full = CPeer::Server(SocketKind::Tcp, 0, 0);
-    CPortForwardOp& op = Start(kProtocolTcp, [&](auto& settings) { settings.m_wRemotePort = full.Port(); });
+    const auto toFull = [&](auto& settings) { settings.m_wRemotePort = full.Port(); };
+    CPortForwardOp& op = Start(kProtocolTcp, toFull);
     std::vector<CPeer> clients;
     const auto hangs = [&] {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -86,13 +90,83 @@ TEST_F(EngineTest, StopDuringConnectWaitsForItAndLogsNoAcceptance) {
     ASSERT_GT(m_counters.nPendingSetups, 0);
     const size_t nOpen = clients.size() - 1;
     EXPECT_EQ(Events(nOpen), Lines(nOpen, "accepted"));
-    std::thread stop([&op] { op.Stop(); });
-    EXPECT_EQ(Events(nOpen), Lines(nOpen, "ended"));
-    EXPECT_GT(op.m_nThreads, 0) << "the connect in progress holds the stop up";
-    std::vector<CPeer> accepted;
-    for (size_t n = 0; n <= nOpen; ++n) accepted.push_back(full.Accept());
-    stop.join();
-    EXPECT_EQ(op.m_nTotalSessions, static_cast<int32_t>(nOpen + 1));
-    EXPECT_EQ(Events(), Lines{"ended"});
-    EXPECT_TRUE(clients.back().IsClosedByPeer());
+    CPortForwardOp& other = Start(kProtocolTcp, toFull);
+    clients.push_back(ClientOf(other));
+    EXPECT_TRUE(WaitFor([&] { return m_counters.nPendingSetups == 2; }));
+    ExpectStopped(other);
+    EXPECT_EQ(Events(), Lines{"no connection"});
+    ExpectStopped(op);
+    EXPECT_EQ(op.m_nTotalSessions, static_cast<int32_t>(nOpen));
+    auto lines = Events();
+    std::ranges::sort(lines);
+    Lines expected(nOpen, "ended");
+    expected.emplace_back("no connection");
+    EXPECT_EQ(lines, expected);
+    for (CPeer& client : clients) EXPECT_TRUE(client.IsClosedByPeer());
+}
+
+// Each side in turn sends much and closes while the other one goes on sending: every byte arrives, then an orderly end.
+TEST_F(EngineTest, WhatTheClosingSideHadSentArrivesWhileTheOtherSideTalks) {
+    constexpr size_t kBytes = 6'000'000;
+    CPortForwardOp& op = Start(kProtocolTcp);
+    for (const bool bServerCloses : {true, false}) {
+        SCOPED_TRACE(bServerCloses);
+        CPeer client = ClientOf(op);
+        CPeer far = m_tcp.Accept();
+        CPeer& closing = bServerCloses ? far : client;
+        CPeer& talking = bServerCloses ? client : far;
+        std::atomic<bool> bEnd = false;
+        std::thread talk([&] {
+            while (!bEnd && talking.m_hSocket.Send("talk", 4).nBytes > 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        });
+        std::thread send([&] {
+            closing.Send(std::string(kBytes, 'x'));
+            closing.m_hSocket.ShutdownSend();
+            while (closing.Read(4096).size() == 4096) {
+            }
+            closing.m_hSocket.Close();
+        });
+        EXPECT_EQ(talking.Read(kBytes + 1).size(), kBytes);
+        bEnd = true;
+        talk.join();
+        send.join();
+        ExpectIdle(op);
+    }
+}
+
+// A peer that never closes its side keeps nothing of the operation busy, and no longer than a stop.
+TEST_F(EngineTest, AStopCutsALingeringCloseShort) {
+    CPortForwardOp& op = Start(kProtocolTcp);
+    CPeer client = ClientOf(op);
+    m_tcp.Accept().Send("last words");
+    EXPECT_EQ(client.Read(100), "last words");
+    ExpectIdle(op);
+    client.Send("still here");
+    ExpectStopped(op);
+    EXPECT_TRUE(WaitFor([&] { return client.m_hSocket.Send("x", 1).nBytes < 0; })) << "the connection has gone";
+}
+
+// Bytes go both ways at once, more than fits into any buffer, and peers wait for each other.
+TEST_F(EngineTest, ASessionTurnsBusyInBothDirectionsAtOnce) {
+    constexpr size_t kBytes = 20'000'000;
+    CPortForwardOp& op = Start(kProtocolTcp);
+    CPeer client = ClientOf(op);
+    CPeer far = m_tcp.Accept();
+    ExpectForwardsBothWays(client, far);
+    EXPECT_EQ(op.m_nThreads, 3) << "whatever the system's threads are";
+    // Without a second thread one direction at a time is carried on.
+    if (kOneThreadCarriesBoth) FailThreadStartsAfter(0);
+    std::thread first([&] { client.Send(std::string(kBytes, 'f')); });
+    EXPECT_EQ(far.Read(kBytes), std::string(kBytes, 'f'));
+    first.join();
+    FailThreadStartsAfter(-1);
+    std::thread up([&] { client.Send(std::string(kBytes, 'u')); });
+    std::thread down([&] { far.Send(std::string(kBytes, 'd')); });
+    std::thread read([&] { EXPECT_EQ(far.Read(kBytes), std::string(kBytes, 'u')); });
+    EXPECT_EQ(client.Read(kBytes), std::string(kBytes, 'd'));
+    for (std::thread* pThread : {&up, &down, &read}) pThread->join();
+    EXPECT_EQ(op.m_nThreads, 3);
+    client.m_hSocket.Close();
+    EXPECT_TRUE(far.IsClosedByPeer());
 }

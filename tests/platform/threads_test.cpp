@@ -24,11 +24,10 @@ void CountRun(std::unique_ptr<Runs*> ppRuns) {
     ++(*ppRuns)->nDone;
 }
 
-// Starts a thread that counts when it continues.
+// Starts a thread that counts.
 bool Begin(Runs* pRuns) {
     auto ppRuns = std::make_unique<Runs*>(pRuns);
-    const auto pfnProc = +[](std::unique_ptr<Runs*> pp) { AfxContinueThread(CountRun, std::move(pp)); };
-    const bool bStarted = AfxBeginThread(pfnProc, std::move(ppRuns));
+    const bool bStarted = AfxBeginThread(CountRun, std::move(ppRuns));
     EXPECT_EQ(ppRuns == nullptr, bStarted) << "the block goes to the thread, or stays with the caller";
     return bStarted;
 }
