@@ -77,9 +77,9 @@ void CPortForwardOp::AddThread() {
 
 void CPortForwardOp::RemoveThread() {
     EngineCounters& counters = *m_pCounters;
+    const CTelling telling(&counters.changed);
     counters.nThreads.fetch_sub(1);
     m_nThreads.fetch_sub(1);
-    counters.changed.Tell();
 }
 
 void CPortForwardOp::AddSetup() {
@@ -89,6 +89,7 @@ void CPortForwardOp::AddSetup() {
 
 void CPortForwardOp::RemoveSetup() {
     EngineCounters& counters = *m_pCounters;
+    const CTelling telling(&counters.changed);
     RemoveThread();
     counters.nPendingSetups.fetch_sub(1);
 }
@@ -100,9 +101,9 @@ void CPortForwardOp::AddAcceptor() {
 
 void CPortForwardOp::RemoveAcceptor() {
     EngineCounters& counters = *m_pCounters;
+    const CTelling telling(&counters.changed);
     counters.nAcceptors.fetch_sub(1);
     m_nAcceptors.fetch_sub(1);
-    counters.changed.Tell();
 }
 
 void CPortForwardOp::AddSession() {

@@ -1,6 +1,7 @@
 #include "engine/tcp_session.h"
 
 #include <new>
+#include <span>
 #include <utility>
 
 #include "engine/port_forward_op.h"
@@ -80,26 +81,33 @@ bool SetUpSession(CPortForwardOp& op, TcpSession& session) {
     return !rejection;
 }
 
+// Carries both ways until the session ends, or one direction turns busy and the other has a thread of its own. The bytes of
+// the busy one that are left stand in the buffer.
+CarryResult RelayQuietly(CPortForwardOp& op, TcpSession& session, std::span<uint8_t> buffer) {
+    COperationBytes counter(&op);
+    for (;;) {
+        const CarryResult result = CarryQuietly(session.hClient, session.hServer, buffer, counter);
+        if (result.bEnded || !StartRelay(op, session, !result.bFromServer)) return result;
+        // Where no thread can be had, the other direction waits for the rest of this one.
+        static_cast<void>((result.bFromServer ? session.hClient : session.hServer).Send(buffer.data(), result.nRest));
+    }
+}
+
 // Returns when no thread is in a call on the session's sockets any more. One of its two relays has been taken off the
 // counts then.
 void RelaySession(CPortForwardOp& op, TcpSession& session) {
-    COperationBytes counter(&op);
-    uint8_t buffer[kQuietBytes];
-    CarryResult busy = {.bFromServer = true};
     if constexpr (kOneThreadCarriesBoth) {
-        for (;;) {
-            busy = CarryQuietly(session.hClient, session.hServer, buffer, counter);
-            if (busy.bEnded) {
-                EndSessionFrom(session, busy.bFromServer);
-                op.RemoveThread();
-                return;
-            }
-            if (!StartRelay(op, session, !busy.bFromServer)) break;
-            // Where no thread can be had, the other direction waits for the rest of this one.
-            static_cast<void>((busy.bFromServer ? session.hClient : session.hServer).Send(buffer, busy.nRest));
+        uint8_t buffer[kQuietBytes];
+        const CarryResult result = RelayQuietly(op, session, buffer);
+        if (result.bEnded) {
+            EndSessionFrom(session, result.bFromServer);
+            op.RemoveThread();
+            return;
         }
+        RelayBytes({&op, &session, result.bFromServer}, buffer, result.nRest);
+    } else {
+        RelayBytes({&op, &session, true}, nullptr, 0);
     }
-    RelayBytes({&op, &session, busy.bFromServer}, buffer, busy.nRest);
     op.m_pCounters->changed.Wait([&session] { return session.bRelayGone != 0; });
 }
 

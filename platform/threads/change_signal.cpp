@@ -4,13 +4,18 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "platform/threads/threads.h"
+
 struct CChangeSignal::State {
     std::mutex csWaiters;
     std::condition_variable changed;
 };
 
 CChangeSignal::CChangeSignal() : m_pState(std::make_unique<State>()) {}
-CChangeSignal::~CChangeSignal() = default;
+
+CChangeSignal::~CChangeSignal() {
+    while (m_nTelling != 0) Sleep(1);
+}
 
 void CChangeSignal::WakeAll() {
     // Behind the lock every waiter either sleeps or is about to look at its condition again.

@@ -10,6 +10,7 @@
 class CChangeSignal {
   public:
     CChangeSignal();
+    /// Waits for those that are telling.
     ~CChangeSignal();
     CChangeSignal(const CChangeSignal&) = delete;
     CChangeSignal& operator=(const CChangeSignal&) = delete;
@@ -33,6 +34,7 @@ class CChangeSignal {
     }
 
   private:
+    friend class CTelling;
     static constexpr uint32_t kLongMs = 1000;
 
     template <class Condition>
@@ -45,4 +47,21 @@ class CChangeSignal {
     struct State;
     const std::unique_ptr<State> m_pState;
     std::atomic<int32_t> m_nWaiters = 0;  // about to wait or waiting
+    std::atomic<int32_t> m_nTelling = 0;
+};
+
+/// Tells at the end of its scope. For a change by which others may find that the signal is not needed any more: what is
+/// changed within the scope is seen only by those whose destruction of the signal waits for its end.
+class CTelling {
+  public:
+    explicit CTelling(CChangeSignal* pSignal) : m_pSignal(pSignal) { ++m_pSignal->m_nTelling; }
+    ~CTelling() {
+        m_pSignal->Tell();
+        --m_pSignal->m_nTelling;
+    }
+    CTelling(const CTelling&) = delete;
+    CTelling& operator=(const CTelling&) = delete;
+
+  private:
+    CChangeSignal* const m_pSignal;
 };
