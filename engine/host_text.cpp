@@ -34,9 +34,13 @@ HostResult ResolveHostText(std::string* pstrHost) {
     return HostResult::Resolved;
 }
 
+bool ParseHostAddress(std::string_view strHost, uint32_t* pdwIp) {
+    const std::string_view strTrimmed = Trimmed(strHost);
+    return !strTrimmed.empty() && ParseIpAddress(std::string(strTrimmed), pdwIp);
+}
+
 bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp) {
-    const std::string strTrimmed(Trimmed(strHost));
-    if (strTrimmed.empty()) return false;
-    return ParseIpAddress(strTrimmed, pdwIp) ||
-           (strTrimmed.size() <= kMaxHostText && ResolveHostName(strTrimmed, pdwIp));
+    if (ParseHostAddress(strHost, pdwIp)) return true;
+    const std::string_view strTrimmed = Trimmed(strHost);
+    return !strTrimmed.empty() && strTrimmed.size() <= kMaxHostText && ResolveHostName(std::string(strTrimmed), pdwIp);
 }

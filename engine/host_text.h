@@ -21,6 +21,9 @@ enum class HostResult {
 /// cached. A text that is not resolved is trimmed but otherwise as it was.
 [[nodiscard]] HostResult ResolveHostText(std::string* pstrHost);
 
+/// The address of a host text that is a numeric one and needs no look-up, in network byte order. Does not block.
+[[nodiscard]] bool ParseHostAddress(std::string_view strHost, uint32_t* pdwIp);
+
 /// The first address of a host text, in network byte order. Blocks like ResolveHostText, save for a numeric address. False
 /// for a blank text and for one that names no host.
 [[nodiscard]] bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp);

@@ -1,12 +1,18 @@
 #include "engine/session_target.h"
 
+#include "engine/host_lookup.h"
 #include "engine/host_text.h"
 #include "engine/port_forward_op.h"
 
 bool FindTarget(const CPortForwardOp& op, const Endpoint& client, Endpoint* pTarget) {
     const OpSettings& settings = op.m_settings;
     *pTarget = {client.dwIp, settings.m_wRemotePort};
-    return settings.IsTargetTheClient() || ResolveHostAddress(settings.m_strRemoteHost, &pTarget->dwIp);
+    if (settings.IsTargetTheClient()) return true;
+    const auto isStopping = [&op] { return op.m_bListenerStop != 0; };
+    const LookupResult result = LookUpHost(settings.m_strRemoteHost, &pTarget->dwIp, isStopping);
+    // Without a thread for it the look-up runs here: a set-up can wait, and a stop then waits with it.
+    if (result == LookupResult::NoThread) return ResolveHostAddress(settings.m_strRemoteHost, &pTarget->dwIp);
+    return result == LookupResult::Found;
 }
 
 Rejection ConnectToTarget(const CPortForwardOp& op, const Endpoint& client, SocketKind kind, CSocket* phSocket) {

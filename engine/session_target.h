@@ -6,8 +6,8 @@
 
 class CPortForwardOp;
 
-/// Where the connection or the datagrams of this client go. A name is looked up anew each time: blocks. False when it is
-/// unknown.
+/// Where the connection or the datagrams of this client go. A name is looked up anew each time: blocks, but not beyond a stop
+/// of a TCP operation. False when the name is unknown.
 bool FindTarget(const CPortForwardOp& op, const Endpoint& client, Endpoint* pTarget);
 
 /// Opens *phSocket and connects it to the operation's remote port, for this client. A name is looked up anew each time.
