@@ -11,7 +11,7 @@ constexpr char kUsage[] =
     "Usage:\n"
     "  zelkor FILE.KVR\n"
     "      Runs the operations of a saved-settings file that were running when it was saved, until SIGINT or\n"
-    "      SIGTERM. The file is then saved again, unless it is cut off or of another version.\n"
+    "      SIGTERM. The file is then saved again, unless it is cut off, of another version, or was changed meanwhile.\n"
     "  zelkor [--log FILE] [--max N] [--timeout MS] tcp|udp LOCALIP:PORT HOST:PORT\n"
     "      Runs one operation. LOCALIP may be left out or be *, for all interfaces; without HOST the connections\n"
     "      go back to the client's own address.\n"

@@ -11,7 +11,6 @@
 #include "platform/threads/threads.h"
 #include "shell/auto_start.h"
 #include "shell/link_operation.h"
-#include "store/settings_file.h"
 #include "store/settings_image.h"
 
 namespace {
@@ -58,8 +57,9 @@ std::string CutOffText(const AppSettings& settings, const SettingsFileResult& re
 
 }  // namespace
 
-bool CServerRun::LoadFile(const std::string& strPath) {
-    const SettingsFileResult result = LoadSettingsFile(&m_settings, strPath);
+bool CServerRun::LoadFile(CSettingsFile* pFile) {
+    const std::string& strPath = pFile->Path();
+    const SettingsFileResult result = pFile->Load(&m_settings);
     switch (result.status) {
         case SettingsFileStatus::NotFound:
             PrintError(strPath + " cannot be read: " + SystemErrorText(result.nError));
@@ -126,17 +126,19 @@ void CServerRun::WaitForEnd() {
     }
 }
 
-void CServerRun::SaveFile(const std::string& strPath) {
+void CServerRun::SaveFile(CSettingsFile* pFile) {
     if (!m_bSave) return;
-    const int32_t nError = SaveSettingsFile(m_settings, strPath.c_str());
-    if (nError != 0) PrintError(strPath + " could not be saved: " + SystemErrorText(nError));
+    const SettingsSaveResult result = pFile->Save(m_settings);
+    if (result.bForeign) PrintError(pFile->Path() + " was changed by someone else and is left as it is");
+    if (result.nError != 0) PrintError(pFile->Path() + " could not be saved: " + SystemErrorText(result.nError));
 }
 
 int CServerRun::RunFile(const std::string& strPath) {
     m_counters.nThreads = kOwnThreads;
     LoadGeneralTexts(&m_settings);
     ApplyLanguage(&m_settings);
-    if (!LoadFile(strPath)) return kExitFileRefused;
+    CSettingsFile file(strPath);
+    if (!LoadFile(&file)) return kExitFileRefused;
     if (m_settings.languageCode != 0) ApplyLanguage(&m_settings);
     if (StartOperations() == 0) {
         if (!ShouldStartOperations(m_settings, [] { return true; })) {
@@ -146,7 +148,7 @@ int CServerRun::RunFile(const std::string& strPath) {
     }
     StartLogWriter();
     WaitForEnd();
-    SaveFile(strPath);
+    SaveFile(&file);
     m_logWriter.End(kLogWriterWaitMs);
     return kExitOrderly;
 }

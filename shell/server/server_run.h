@@ -7,6 +7,7 @@
 #include "log/log_writer.h"
 #include "shell/app_settings.h"
 #include "shell/server/server_options.h"
+#include "store/settings_file.h"
 
 /// Exit codes of the process.
 inline constexpr int kExitOrderly = 0;
@@ -25,12 +26,12 @@ class CServerRun {
 
   private:
     /// Whether the operations read from the file can be run; false after a message.
-    bool LoadFile(const std::string& strPath);
+    bool LoadFile(CSettingsFile* pFile);
     int StartOperations();
     bool StartOperation(CPortForwardOp* pOp);
     void StartLogWriter();
     void WaitForEnd();
-    void SaveFile(const std::string& strPath);
+    void SaveFile(CSettingsFile* pFile);
 
     AppSettings m_settings;
     EngineCounters m_counters;

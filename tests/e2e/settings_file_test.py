@@ -70,6 +70,16 @@ class SettingsFile(FileCases, LinuxTest):
                 self.assertEqual((program.err[0], len(program.err)), (f"zelkor: {self.file} {reason}", 2))
                 self.assertEqual(self.file.read_bytes(), before)
 
+    def test_a_file_that_was_replaced_meanwhile_stays(self):
+        program = self.start(Settings([self.operation("tcp")]))
+        newer = Settings([self.operation("udp")]).bytes()
+        other = self.folder / "other.KVR"
+        other.write_bytes(newer)
+        other.rename(self.file)
+        self.assertEqual(program.end(), 0)
+        self.assertEqual(program.err, [f"zelkor: {self.file} was changed by someone else and is left as it is"])
+        self.assertEqual(self.file.read_bytes(), newer)
+
     def test_each_operation_is_told_of_on_a_line_of_its_own(self):
         wild = self.operation("tcp", remote_host="a\r\nstarted UDP\x1b[2J\x7f", remote_port=80)
         taken, unknown = self.operation("udp", local_port=wild.local_port), self.operation("tcp", local_port=4712)

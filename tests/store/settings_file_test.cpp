@@ -160,6 +160,32 @@ TEST_F(SettingsFile, ASaveWithoutAPathGoesBesideTheProgram) {
     EXPECT_EQ(SettingsPathFor(""), "");
 }
 
+TEST_F(SettingsFile, WhatSomeoneElsePutInItsPlaceIsNotSavedOver) {
+    Load(FileText().Bytes());
+    CSettingsFile file(m_strPath);
+    const auto save = [&] {
+        const SettingsSaveResult result = file.Save(Settings());
+        return result.bForeign ? "foreign" : result.nError == 0 ? "saved" : "failed";
+    };
+    EXPECT_STREQ(save(), "foreign") << "there was none when nothing had been read";
+    EXPECT_EQ(file.Load(&Settings()).status, SettingsFileStatus::Complete);
+    for (const uint32_t nCode : {1U, 2U}) {
+        Settings().languageCode = nCode;
+        EXPECT_STREQ(save(), "saved");
+    }
+    const std::string strSaved = Read(m_strPath);
+    for (const std::string& strOther : {FileText().Bytes(), std::string(), strSaved + "x"}) {
+        Write(m_strPath, strOther);
+        EXPECT_STREQ(save(), "foreign");
+        EXPECT_TRUE(Read(m_strPath) == strOther);
+    }
+    std::filesystem::remove(m_strPath);
+    EXPECT_STREQ(save(), "failed");
+    EXPECT_FALSE(std::filesystem::exists(m_strPath));
+    Write(m_strPath, strSaved);
+    EXPECT_STREQ(save(), "saved") << "it is the same file again";
+}
+
 TEST_F(SettingsFile, AFileThatCannotBeWrittenIsLeftAlone) {
     Load(FileText().Bytes());
     // No system lets anybody write to the file of a program that runs.
