@@ -45,6 +45,7 @@ void PrepareServerProcess() {
     const sigset_t signals = EndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
     // Not where an administrator has chosen another policy.
     const sched_param normal = {};
     if (sched_getscheduler(0) == SCHED_OTHER) sched_setscheduler(0, SCHED_BATCH, &normal);

@@ -19,8 +19,8 @@ namespace {
 // limits are the same in both programs.
 constexpr int32_t kOwnThreads = 2;
 
-// The log writer ends within a tenth of a second, unless the disk holds it up.
-constexpr uint32_t kLogWriterWaitMs = 500;
+// The log writer ends within a tenth of a second, unless the disk holds its last batch up.
+constexpr uint32_t kLogWriterWaitMs = 2000;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
 
@@ -149,7 +149,7 @@ int CServerRun::RunFile(const std::string& strPath) {
     StartLogWriter();
     WaitForEnd();
     SaveFile(&file);
-    m_logWriter.End(kLogWriterWaitMs);
+    m_logWriter.EndWithLastBatch(kLogWriterWaitMs);
     return kExitOrderly;
 }
 
@@ -167,6 +167,6 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     if (!StartOperation(pOp)) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
-    m_logWriter.End(kLogWriterWaitMs);
+    m_logWriter.EndWithLastBatch(kLogWriterWaitMs);
     return kExitOrderly;
 }

@@ -1,4 +1,5 @@
 """The Linux program's command line: what it refuses, what it answers, and one operation run by it."""
+import resource
 import unittest
 
 from e2e import OWN, LinuxTest
@@ -54,6 +55,29 @@ class CommandLine(LinuxTest):
                    entry("Session rejected - unable to establish remote host connection", port, refused)]  # fmt: skip
         self.wait_for_log(*events)
         self.assert_ends(program)
+
+    def test_a_log_without_room_loses_that_batch_only_and_the_end_loses_none(self):
+        program, port = self.start_operation("tcp", f"{LOCALHOST}:{self.servers['tcp'].port}", "--log", self.log)
+
+        def limit(room):
+            resource.prlimit(program.process.pid, resource.RLIMIT_FSIZE, (room, resource.RLIM_INFINITY))
+
+        def is_full():
+            self.client("tcp", port).close()
+            return self.log.exists() and self.log.stat().st_size == 1000
+
+        limit(1000)
+        program.wait_until(is_full, "a full log")
+        torn = self.log.read_bytes()
+        limit(resource.RLIM_INFINITY)
+        last = self.client("tcp", port)
+        self.assertEqual(last.echo(b"x"), b"x")
+        self.assert_ends(program)
+        whole = self.log.read_bytes()
+        self.assertEqual(whole[:1000], torn)
+        first, *entries = whole[1000:].decode().split("\r\n")
+        self.assertEqual(first, "", "the torn entry goes on")
+        self.assertRegex("\n".join(entries), f"(?m)^{entry('Session accepted', port, last)}$")
 
     def test_a_udp_operation_ends_a_silent_session(self):
         target = f"{LOCALHOST}:{self.servers['udp'].port}"
