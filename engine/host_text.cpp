@@ -1,5 +1,7 @@
 #include "engine/host_text.h"
 
+#include <new>
+
 #include "platform/net/socket.h"
 
 namespace {
@@ -22,7 +24,11 @@ bool IsBlankText(const std::string& strText) {
 }
 
 void TrimText(std::string* pstrText) {
-    *pstrText = std::string(Trimmed(*pstrText));
+    const std::string_view strTrimmed = Trimmed(*pstrText);
+    const size_t nFirst = strTrimmed.empty() ? 0 : static_cast<size_t>(strTrimmed.data() - pstrText->data());
+    // In place: a text that is only made shorter asks for no memory.
+    pstrText->resize(nFirst + strTrimmed.size());
+    pstrText->erase(0, nFirst);
 }
 
 HostResult ResolveHostText(std::string* pstrHost) {
@@ -34,9 +40,11 @@ HostResult ResolveHostText(std::string* pstrHost) {
     return HostResult::Resolved;
 }
 
-bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp) {
-    const std::string strTrimmed(Trimmed(strHost));
-    if (strTrimmed.empty()) return false;
-    return ParseIpAddress(strTrimmed, pdwIp) ||
-           (strTrimmed.size() <= kMaxHostText && ResolveHostName(strTrimmed, pdwIp));
+bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp) try {
+    const std::string_view strShort = Trimmed(strHost);
+    if (strShort.empty() || strShort.size() > kMaxHostText) return false;
+    const std::string strTrimmed(strShort);
+    return ParseIpAddress(strTrimmed, pdwIp) || ResolveHostName(strTrimmed, pdwIp);
+} catch (const std::bad_alloc&) {
+    return false;
 }

@@ -1,5 +1,6 @@
 #include "platform/system/process.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <signal.h>
@@ -39,6 +40,17 @@ std::string SystemErrorText(int32_t nError) {
 void EndProcess(int32_t nCode) {
     std::fflush(nullptr);
     _exit(nCode);
+}
+
+void HoldStandardStreams() {
+    // The system gives the lowest free number: a higher one tells that all of these are held.
+    int nOpened = 0;
+    while (0 <= nOpened && nOpened <= STDERR_FILENO) {
+        nOpened = open("/dev/null", O_RDWR);
+        // Any directory takes the number as well, and nothing can be written to it.
+        if (nOpened < 0) nOpened = open("/", O_RDONLY | O_DIRECTORY);
+    }
+    if (nOpened >= 0) close(nOpened);
 }
 
 void PrepareServerProcess() {

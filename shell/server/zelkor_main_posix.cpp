@@ -36,6 +36,7 @@ int Perform(const ServerOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    HoldStandardStreams();
     const std::span<const char* const> arguments(argv + 1, static_cast<size_t>(argc > 0 ? argc - 1 : 0));
     EndProcess(Perform(ParseServerOptions(arguments)));
 }

@@ -1,4 +1,6 @@
 """The Linux program's command line: what it refuses, what it answers, and one operation run by it."""
+import contextlib
+import os
 import resource
 import unittest
 
@@ -78,6 +80,20 @@ class CommandLine(LinuxTest):
         first, *entries = whole[1000:].decode().split("\r\n")
         self.assertEqual(first, "", "the torn entry goes on")
         self.assertRegex("\n".join(entries), f"(?m)^{entry('Session accepted', port, last)}$")
+
+    def test_without_standard_streams_no_socket_takes_their_numbers(self):
+        port = self.port("tcp")
+        arguments = "tcp", f"{OWN}:{port}", f"{LOCALHOST}:{self.servers['tcp'].port}"
+        program = self.run_program(*arguments, through=("sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh"))
+
+        def carries():
+            with contextlib.suppress(ConnectionRefusedError):
+                return self.client("tcp", port).echo(b"x") == b"x"
+
+        program.wait_until(carries)
+        streams = [os.readlink(f"/proc/{program.process.pid}/fd/{number}") for number in range(3)]
+        self.assertEqual(streams, ["/dev/null"] * 3)
+        self.assert_ends(program)
 
     def test_a_udp_operation_ends_a_silent_session(self):
         target = f"{LOCALHOST}:{self.servers['udp'].port}"
