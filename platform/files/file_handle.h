@@ -31,7 +31,8 @@ class CFileHandle {
     static CFileHandle OpenToReplace(const std::string& strPath);
     /// Creates the file if it is absent. What is written goes behind the end.
     static CFileHandle OpenToAppend(const std::string& strPath);
-    /// A file that exists, which the opening leaves as it is.
+    /// A file that exists, which the opening leaves as it is; on Windows only one that could also be exchanged now: one that
+    /// somebody else has open mostly cannot.
     static CFileHandle OpenToChange(const std::string& strPath);
     /// A file that does not exist yet, and no link either: on Linux for its owner alone, or for all that the user's mask
     /// lets in.

@@ -16,10 +16,29 @@ bool IsLink(const std::string& strPath) {
     return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
+// What such a call put into the buffer, whose size it was told; empty if it failed.
+std::string CutToResult(std::string strBuffer, DWORD dwLength) {
+    strBuffer.resize(dwLength < strBuffer.size() ? dwLength : 0);
+    return strBuffer;
+}
+
+// Wine 8 exchanges files only where their paths have a folder and no forward slashes.
+std::string FullPath(const std::string& strPath) {
+    std::string strFull(kLongestPath, '\0');
+    const DWORD dwLength = GetFullPathNameA(strPath.c_str(), kLongestPath, strFull.data(), nullptr);
+    return CutToResult(std::move(strFull), dwLength);
+}
+
+std::string PathBehindLinks(const CFileHandle& file) {
+    std::string strReal(kLongestPath, '\0');
+    const DWORD dwLength = GetFinalPathNameByHandleA(ToHandle(file), strReal.data(), kLongestPath, 0);
+    return CutToResult(std::move(strReal), dwLength);
+}
+
 }  // namespace
 
 FileError CFileReplacement::FindOld(const std::string& strPath) {
-    m_strOld = strPath;
+    m_strOld = FullPath(strPath);
     m_old = CFileHandle::OpenToChange(strPath);
     if (!m_old.IsOpen()) {
         const FileError nError = LastFileError();
@@ -28,18 +47,15 @@ FileError CFileReplacement::FindOld(const std::string& strPath) {
         return IsLink(strPath) ? ERROR_ACCESS_DENIED : 0;
     }
     if (GetFileType(ToHandle(m_old)) != FILE_TYPE_DISK) return ERROR_ACCESS_DENIED;
-    if (!IsLink(strPath)) return 0;
-    std::string strReal(kLongestPath, '\0');
-    const DWORD dwLength = GetFinalPathNameByHandleA(ToHandle(m_old), strReal.data(), kLongestPath, 0);
-    if (dwLength == 0 || dwLength >= kLongestPath) return ERROR_ACCESS_DENIED;
-    m_strOld = strReal.substr(0, dwLength);
-    return 0;
+    if (IsLink(strPath)) m_strOld = PathBehindLinks(m_old);
+    return m_strOld.empty() ? ERROR_ACCESS_DENIED : 0;
 }
 
 FileError CFileReplacement::TakeRightsOfOld() const {
     return 0;
 }
 
+// FindOld has seen that the old file can be moved away: a ReplaceFileA that fails over that can leave a file of its own.
 FileError CFileReplacement::Rename() {
     const bool bReplace = m_old.IsOpen();
     static_cast<void>(m_old.Close());

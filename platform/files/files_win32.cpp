@@ -53,7 +53,7 @@ CFileHandle CFileHandle::OpenToAppend(const std::string& strPath) {
 }
 
 CFileHandle CFileHandle::OpenToChange(const std::string& strPath) {
-    return CFileHandle(OpenFile(strPath, GENERIC_WRITE, OPEN_EXISTING));
+    return CFileHandle(OpenFile(strPath, GENERIC_WRITE | DELETE, OPEN_EXISTING));
 }
 
 CFileHandle CFileHandle::CreateForOwner(const std::string& strPath) {
