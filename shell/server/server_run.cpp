@@ -82,17 +82,16 @@ bool CServerRun::LoadFile(CSettingsFile* pFile) {
     return bComplete || m_settings.opCount > 0;
 }
 
-bool CServerRun::StartOperation(CPortForwardOp* pOp) {
-    if (pOp->Start()) {
+void CServerRun::ReportStart(CPortForwardOp* pOp, bool bStarted) {
+    if (bStarted) {
         PrintLine("started " + Describe(pOp));
-        return true;
+        return;
     }
     const std::string strReason =
         pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
     const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
     const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
     PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
-    return false;
 }
 
 // How many run.
@@ -103,7 +102,7 @@ int CServerRun::StartOperations() {
         pOp->m_bStarting = 0;
         LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
         const bool bWasRunning = pOp->m_bRunning.exchange(0) != 0;
-        if (bWasRunning && bStart && StartOperation(pOp)) ++nStarted;
+        if (bWasRunning && bStart && m_keeper.Keep(pOp)) ++nStarted;
     }
     return nStarted;
 }
@@ -113,16 +112,20 @@ void CServerRun::StartLogWriter() {
     PrintError("no log is written: " + SystemErrorText(ThreadStartError()));
 }
 
-// The main thread is the timer of the log.
+// The main thread is the timer of the log, and tries again what does not run.
 void CServerRun::WaitForEnd() {
+    using Clock = COperationKeeper::Clock;
     const auto period = std::chrono::milliseconds(LogFlushPeriodMs(m_settings));
-    auto next = std::chrono::steady_clock::now() + period;
+    auto nextFlush = Clock::now() + period;
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - std::chrono::steady_clock::now());
+        const auto next = std::min(nextFlush, m_keeper.NextTry());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
         if (WaitForEndSignal(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)))) return;
-        if (std::chrono::steady_clock::now() < next) continue;
+        const auto now = Clock::now();
+        if (now >= m_keeper.NextTry()) m_keeper.TryNext();
+        if (now < nextFlush) continue;
         if (m_settings.autoLogEnabled != 0) m_logWriter.RequestFlush();
-        next += period;
+        nextFlush += period;
     }
 }
 
@@ -133,19 +136,17 @@ void CServerRun::SaveFile(CSettingsFile* pFile) {
     if (result.nError != 0) PrintError(pFile->Path() + " could not be saved: " + SystemErrorText(result.nError));
 }
 
-int CServerRun::RunFile(const std::string& strPath) {
+int CServerRun::RunFile(const ServerOptions& options) {
     m_counters.nThreads = kOwnThreads;
     LoadGeneralTexts(&m_settings);
     ApplyLanguage(&m_settings);
-    CSettingsFile file(strPath);
+    CSettingsFile file(options.strFile);
     if (!LoadFile(&file)) return kExitFileRefused;
     if (m_settings.languageCode != 0) ApplyLanguage(&m_settings);
-    if (StartOperations() == 0) {
-        if (!ShouldStartOperations(m_settings, [] { return true; })) {
-            PrintError(strPath + " holds no operation that is to be started");
-        }
-        return kExitNothingStarted;
-    }
+    const int nStarted = StartOperations();
+    const bool bNoneWanted = m_settings.wantedOps.empty();
+    if (bNoneWanted) PrintError(file.Path() + " holds no operation that is to be started");
+    if (nStarted == 0 && (bNoneWanted || !options.bWait)) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
     SaveFile(&file);
@@ -164,7 +165,7 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     CPortForwardOp* const pOp = m_settings.operations.back().get();
     pOp->m_settings = options.operation;
     LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
-    if (!StartOperation(pOp)) return kExitNothingStarted;
+    if (!m_keeper.Keep(pOp) && !options.bWait) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
     m_logWriter.EndWithLastBatch(kLogWriterWaitMs);

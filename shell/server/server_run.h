@@ -1,11 +1,13 @@
 // A run without a window: the operations of a saved-settings file, or one operation of the command line.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "engine/engine_counters.h"
 #include "log/log_writer.h"
 #include "shell/app_settings.h"
+#include "shell/operation_keeper.h"
 #include "shell/server/server_options.h"
 #include "store/settings_file.h"
 
@@ -15,20 +17,23 @@ inline constexpr int kExitUsage = 1;
 inline constexpr int kExitFileRefused = 2;
 inline constexpr int kExitNothingStarted = 3;
 
+/// Between two tries to start an operation that does not run.
+inline constexpr std::chrono::seconds kRetryPeriod{5};
+
 /// Its one object lives as long as the process: threads of the engine may use it up to the end. Only the thread that runs
 /// main calls. Messages go to standard error; standard output tells which operations were started.
 class CServerRun {
   public:
     /// Both block until SIGINT or SIGTERM and give the exit code. The caller ends the process without tearing anything
     /// down: operations are not stopped, as they are not when the window closes.
-    int RunFile(const std::string& strPath);
+    int RunFile(const ServerOptions& options);
     int RunOperation(const ServerOptions& options);
 
   private:
     /// Whether the operations read from the file can be run; false after a message.
     bool LoadFile(CSettingsFile* pFile);
     int StartOperations();
-    bool StartOperation(CPortForwardOp* pOp);
+    static void ReportStart(CPortForwardOp* pOp, bool bStarted);
     void StartLogWriter();
     void WaitForEnd();
     void SaveFile(CSettingsFile* pFile);
@@ -36,5 +41,6 @@ class CServerRun {
     AppSettings m_settings;
     EngineCounters m_counters;
     CLogWriter m_logWriter{m_settings};
+    COperationKeeper m_keeper{&m_settings, ReportStart, kRetryPeriod};
     bool m_bSave = false;  // the file was read whole and is of this version, so that it can be written over
 };

@@ -14,7 +14,7 @@ int Run(const ServerOptions& options) {
     static CServerRun run;
     PrepareServerProcess();
     if (StartSocketLayer() != 0) return kExitNothingStarted;
-    return options.action == ServerAction::RunFile ? run.RunFile(options.strFile) : run.RunOperation(options);
+    return options.action == ServerAction::RunFile ? run.RunFile(options) : run.RunOperation(options);
 }
 
 int Perform(const ServerOptions& options) {

@@ -82,6 +82,9 @@ TEST_F(SettingsFile, ALoadAndASaveKeepEveryByte) {
     file.m_records.erase(file.m_records.begin() + 1, file.m_records.begin() + 4);
     file.m_strCount = U32(2);
     EXPECT_TRUE(Save() == file.Bytes()) << "the chain is what is written";
+    Settings().wantedOps = {Settings().operations[0].get(), Settings().operations[4].get()};
+    file.m_records[0] = Record(U32(0), U32(0), 1);
+    EXPECT_TRUE(Save() == file.Bytes()) << "and what is to run counts as running";
 }
 
 TEST_F(SettingsFile, ASecondLoadKeepsNothingOfTheFirst) {
