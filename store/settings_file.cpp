@@ -125,7 +125,7 @@ int32_t SaveSettingsFile(const AppSettings& settings, const char* pszPath) try {
 
 SettingsFileResult CSettingsFile::Load(AppSettings* pSettings) {
     std::vector<uint8_t> data;
-    const SettingsFileResult result = LoadImage(pSettings, m_strPath, &data);
+    SettingsFileResult result = LoadImage(pSettings, m_strPath, &data);
     m_held.reset();
     if (result.nError == 0) m_held = std::move(data);
     return result;

@@ -24,6 +24,9 @@ constexpr uint32_t kLogWriterWaitMs = 2000;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
 
+// Between two tries to start an operation that does not run.
+constexpr std::chrono::seconds kRetryPeriod{5};
+
 // A host text can hold any bytes: none of them may begin a line of its own or reach the terminal as a command.
 std::string Printable(std::string strText) {
     const auto isControl = [](char ch) { return static_cast<unsigned char>(ch) < ' ' || ch == 0x7F; };
@@ -55,7 +58,21 @@ std::string CutOffText(const AppSettings& settings, const SettingsFileResult& re
            " operations were read; it is left as it is and will not be saved over";
 }
 
+void ReportStart(CPortForwardOp* pOp, bool bStarted) {
+    if (bStarted) {
+        PrintLine("started " + Describe(pOp));
+        return;
+    }
+    const std::string strReason =
+        pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
+    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
+    const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
+    PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
+}
+
 }  // namespace
+
+CServerRun::CServerRun() : m_keeper(&m_settings, ReportStart, kRetryPeriod) {}
 
 bool CServerRun::LoadFile(CSettingsFile* pFile) {
     const std::string& strPath = pFile->Path();
@@ -80,18 +97,6 @@ bool CServerRun::LoadFile(CSettingsFile* pFile) {
     // A save in the layout of this version would lose the fields that only the other version has.
     m_bSave = bComplete && !result.bOtherVersion;
     return bComplete || m_settings.opCount > 0;
-}
-
-void CServerRun::ReportStart(CPortForwardOp* pOp, bool bStarted) {
-    if (bStarted) {
-        PrintLine("started " + Describe(pOp));
-        return;
-    }
-    const std::string strReason =
-        pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
-    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
-    const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
-    PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
 }
 
 // How many run.

@@ -1,7 +1,6 @@
 // A run without a window: the operations of a saved-settings file, or one operation of the command line.
 #pragma once
 
-#include <chrono>
 #include <string>
 
 #include "engine/engine_counters.h"
@@ -17,13 +16,12 @@ inline constexpr int kExitUsage = 1;
 inline constexpr int kExitFileRefused = 2;
 inline constexpr int kExitNothingStarted = 3;
 
-/// Between two tries to start an operation that does not run.
-inline constexpr std::chrono::seconds kRetryPeriod{5};
-
 /// Its one object lives as long as the process: threads of the engine may use it up to the end. Only the thread that runs
 /// main calls. Messages go to standard error; standard output tells which operations were started.
 class CServerRun {
   public:
+    CServerRun();
+
     /// Both block until SIGINT or SIGTERM and give the exit code. The caller ends the process without tearing anything
     /// down: operations are not stopped, as they are not when the window closes.
     int RunFile(const ServerOptions& options);
@@ -33,7 +31,6 @@ class CServerRun {
     /// Whether the operations read from the file can be run; false after a message.
     bool LoadFile(CSettingsFile* pFile);
     int StartOperations();
-    static void ReportStart(CPortForwardOp* pOp, bool bStarted);
     void StartLogWriter();
     void WaitForEnd();
     void SaveFile(CSettingsFile* pFile);
@@ -41,6 +38,6 @@ class CServerRun {
     AppSettings m_settings;
     EngineCounters m_counters;
     CLogWriter m_logWriter{m_settings};
-    COperationKeeper m_keeper{&m_settings, ReportStart, kRetryPeriod};
+    COperationKeeper m_keeper;
     bool m_bSave = false;  // the file was read whole and is of this version, so that it can be written over
 };
