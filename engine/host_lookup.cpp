@@ -20,13 +20,6 @@ bool IsToBeHeld() {
     return nLeft > 0;
 }
 
-// Without memory a name cannot be had, as from a resolver that does not answer.
-bool TryResolve(const std::string& strHost, uint32_t* pdwIp) try {
-    return ResolveHostAddress(strHost, pdwIp);
-} catch (const std::bad_alloc&) {
-    return false;
-}
-
 }  // namespace
 
 std::shared_ptr<CHostLookup> CHostLookup::Start(std::string_view strHost, std::function<void()> told) try {
@@ -41,7 +34,7 @@ std::shared_ptr<CHostLookup> CHostLookup::Start(std::string_view strHost, std::f
 void CHostLookup::Run(std::unique_ptr<std::shared_ptr<CHostLookup>> ppLookup) {
     CHostLookup& lookup = **ppLookup;
     while (lookup.m_bHeld && g_nToHold >= 0) Sleep(1);
-    lookup.m_result = TryResolve(lookup.m_strHost, &lookup.m_dwIp) ? LookupResult::Found : LookupResult::Unknown;
+    lookup.m_result = ResolveHostAddress(lookup.m_strHost, &lookup.m_dwIp) ? LookupResult::Found : LookupResult::Unknown;
     lookup.m_done.Tell();
     if (lookup.m_told) lookup.m_told();
 }

@@ -1,5 +1,7 @@
 #include "engine/host_text.h"
 
+#include <new>
+
 #include "platform/net/socket.h"
 
 namespace {
@@ -22,7 +24,11 @@ bool IsBlankText(const std::string& strText) {
 }
 
 void TrimText(std::string* pstrText) {
-    *pstrText = std::string(Trimmed(*pstrText));
+    const std::string_view strTrimmed = Trimmed(*pstrText);
+    const size_t nFirst = strTrimmed.empty() ? 0 : static_cast<size_t>(strTrimmed.data() - pstrText->data());
+    // In place: a text that is only made shorter asks for no memory.
+    pstrText->resize(nFirst + strTrimmed.size());
+    pstrText->erase(0, nFirst);
 }
 
 HostResult ResolveHostText(std::string* pstrHost) {
@@ -34,13 +40,17 @@ HostResult ResolveHostText(std::string* pstrHost) {
     return HostResult::Resolved;
 }
 
-bool ParseHostAddress(std::string_view strHost, uint32_t* pdwIp) {
+bool ParseHostAddress(std::string_view strHost, uint32_t* pdwIp) try {
     const std::string_view strTrimmed = Trimmed(strHost);
-    return !strTrimmed.empty() && ParseIpAddress(std::string(strTrimmed), pdwIp);
+    return !strTrimmed.empty() && strTrimmed.size() <= kMaxHostText && ParseIpAddress(std::string(strTrimmed), pdwIp);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
-bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp) {
+bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp) try {
     if (ParseHostAddress(strHost, pdwIp)) return true;
     const std::string_view strTrimmed = Trimmed(strHost);
     return !strTrimmed.empty() && strTrimmed.size() <= kMaxHostText && ResolveHostName(std::string(strTrimmed), pdwIp);
+} catch (const std::bad_alloc&) {
+    return false;
 }

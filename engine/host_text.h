@@ -25,5 +25,5 @@ enum class HostResult {
 [[nodiscard]] bool ParseHostAddress(std::string_view strHost, uint32_t* pdwIp);
 
 /// The first address of a host text, in network byte order. Blocks like ResolveHostText, save for a numeric address. False
-/// for a blank text and for one that names no host.
+/// for a blank text, for one that names no host or is longer than any host's name, and when there is no memory for it.
 [[nodiscard]] bool ResolveHostAddress(std::string_view strHost, uint32_t* pdwIp);

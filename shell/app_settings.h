@@ -31,6 +31,9 @@ struct OperationSettings {
     CPortForwardOp* firstOp = nullptr;
     int32_t opCount = 0;
     int32_t runningOpCount = 0;  // operations that the file marks as running
+    // Those that are to run, whether they do or not: the file marks them as running. COperationKeeper fills it; empty where
+    // there is none.
+    std::vector<CPortForwardOp*> wantedOps;
     uint32_t autoStartMode = kAutoStartAsk;
 };
 

@@ -13,7 +13,7 @@ bool VisitFieldsAhead(Visitor& visit, Settings& settings) {
                  settings.columnOrder, settings.columnWidths);
 }
 
-/// One operation record.
+/// One operation record: `op` is an operation, or what stands for one in the file.
 template <class Visitor, class Operation>
 bool VisitOperation(Visitor& visit, Operation& op) {
     auto& settings = op.m_settings;

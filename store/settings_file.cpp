@@ -86,12 +86,15 @@ SettingsFileResult ReadSettings(CByteReader* pReader, AppSettings* pSettings, bo
     return result;
 }
 
-}  // namespace
+// An empty path means the file beside the executable.
+std::string WholePath(const std::string& strPath) {
+    return strPath.empty() ? SettingsPathFor(ModulePath()) : strPath;
+}
 
-SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& strPath) {
+// *pData: what the file held, empty if it could not be read.
+SettingsFileResult LoadImage(AppSettings* pSettings, const std::string& strPath, std::vector<uint8_t>* pData) {
     if (strPath.empty()) pSettings->modulePath = ModulePath();
-    std::vector<uint8_t> data;
-    const FileError nError = ReadWholeFile(strPath.empty() ? SettingsPathFor(pSettings->modulePath) : strPath, &data);
+    const FileError nError = ReadWholeFile(WholePath(strPath), pData);
     pSettings->languageFilePath.clear();
     // Ahead of the defaults: the templates of the log are taken from the language chosen.
     if (nError != 0) ChooseLanguage(pSettings, pSettings->shellBrowser);
@@ -101,16 +104,47 @@ SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& s
         result.nError = nError;
         return result;
     }
-    CByteReader reader(data);
+    CByteReader reader(*pData);
     return ReadSettings(&reader, pSettings, strPath.empty());
+}
+
+}  // namespace
+
+SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& strPath) {
+    std::vector<uint8_t> data;
+    return LoadImage(pSettings, strPath, &data);
 }
 
 int32_t SaveSettingsFile(const AppSettings& settings, const char* pszPath) try {
     // The image is finished before the file is touched: want of memory leaves the file as it is.
     const std::vector<uint8_t> image = BuildSettingsImage(settings);
-    return WriteWholeFile(pszPath != nullptr ? pszPath : SettingsPathFor(ModulePath()), image);
+    return SaveWholeFile(pszPath != nullptr ? pszPath : SettingsPathFor(ModulePath()), image);
 } catch (const std::bad_alloc&) {
     return NoMemoryError();
+}
+
+SettingsFileResult CSettingsFile::Load(AppSettings* pSettings) {
+    std::vector<uint8_t> data;
+    SettingsFileResult result = LoadImage(pSettings, m_strPath, &data);
+    m_held.reset();
+    if (result.nError == 0) m_held = std::move(data);
+    return result;
+}
+
+// The contents are compared and not times or numbers: those tell nothing of a copy that was put back, and on some file
+// systems too little.
+SettingsSaveResult CSettingsFile::Save(const AppSettings& settings) try {
+    std::vector<uint8_t> image = BuildSettingsImage(settings);
+    std::vector<uint8_t> data;
+    const std::string strWhole = WholePath(m_strPath);
+    const FileError nReadError = ReadWholeFile(strWhole, &data);
+    if (nReadError == 0 && (!m_held || *m_held != data)) return {true, 0};
+    if (nReadError != 0 && m_held) return {false, nReadError};
+    const FileError nError = SaveWholeFile(strWhole, image);
+    if (nError == 0) m_held = std::move(image);
+    return {false, nError};
+} catch (const std::bad_alloc&) {
+    return {false, NoMemoryError()};
 }
 
 std::string SettingsPathFor(const std::string& strModulePath) {

@@ -4,7 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 struct AppSettings;
 
@@ -30,9 +33,32 @@ struct SettingsFileResult {
 /// messages of a refusal through ShowMessage and asks for the language (ChooseLanguage) when there is no usable file.
 SettingsFileResult LoadSettingsFile(AppSettings* pSettings, const std::string& strPath);
 
-/// Writes the record to the file, from one image with one write; a null path means the file beside the executable. 0 or
-/// the system's error code; on an error of opening, the file is as it was.
+/// Replaces the file by one of the record, as SaveWholeFile does; a null path means the file beside the executable. 0 or
+/// the system's error code, and then the file is as it was.
 int32_t SaveSettingsFile(const AppSettings& settings, const char* pszPath);
+
+struct SettingsSaveResult {
+    bool bForeign = false;  // not saved: the file is not the one that was read or saved here last
+    int32_t nError = 0;     // not saved: the system's code
+};
+
+/// The settings file of a run that nobody watches: what someone else puts in its place meanwhile is not lost.
+class CSettingsFile {
+  public:
+    /// An empty path means the file beside the executable.
+    explicit CSettingsFile(std::string strPath) : m_strPath(std::move(strPath)) {}
+
+    const std::string& Path() const { return m_strPath; }
+    /// LoadSettingsFile.
+    SettingsFileResult Load(AppSettings* pSettings);
+    /// SaveSettingsFile, unless the file holds something else than it did behind the last Load or Save of this object, or
+    /// has gone (which is an error), or has come where there was none.
+    [[nodiscard]] SettingsSaveResult Save(const AppSettings& settings);
+
+  private:
+    const std::string m_strPath;
+    std::optional<std::vector<uint8_t>> m_held;  // none: there was no file, or none that could be read
+};
 
 /// The path of an executable with its last three characters replaced by "KVR".
 std::string SettingsPathFor(const std::string& strModulePath);

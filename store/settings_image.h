@@ -17,5 +17,6 @@ void SetDefaultSettings(AppSettings* pSettings);
 /// said; opCount is the number of operations that were read whole.
 [[nodiscard]] bool ReadSettingsFields(CByteReader* pReader, AppSettings* pSettings, int32_t* pnOperationsTold);
 
-/// The whole file, header included. Operations that run are written as they stand, without a lock.
+/// The whole file, header included. Operations that run are written as they stand, without a lock; those that are to run
+/// are marked as running.
 std::vector<uint8_t> BuildSettingsImage(const AppSettings& settings);

@@ -62,6 +62,20 @@ int32_t ChainLength(const CPortForwardOp* pOp) {
     return nLength;
 }
 
+// An operation as it stands in the file.
+struct SavedOperation {
+    const OpSettings& m_settings;
+    const uint8_t m_bRunning;
+    const uint8_t m_bStarting;
+};
+
+SavedOperation ToSave(const CPortForwardOp& op, const OperationSettings& settings) {
+    const auto& wanted = settings.wantedOps;
+    const bool bWanted = std::find(wanted.begin(), wanted.end(), &op) != wanted.end();
+    const uint8_t bRunning = op.m_bRunning;
+    return {op.m_settings, bRunning == 0 && bWanted ? uint8_t{1} : bRunning, op.m_bStarting};
+}
+
 }  // namespace
 
 std::vector<uint8_t> BuildSettingsImage(const AppSettings& settings) {
@@ -71,7 +85,10 @@ std::vector<uint8_t> BuildSettingsImage(const AppSettings& settings) {
     visit(settings.languageCode);
     VisitFieldsAhead(visit, settings);
     visit(ChainLength(settings.firstOp));
-    for (const CPortForwardOp* pOp = settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) VisitOperation(visit, *pOp);
+    for (const CPortForwardOp* pOp = settings.firstOp; pOp != nullptr; pOp = pOp->m_pNext) {
+        const SavedOperation saved = ToSave(*pOp, settings);
+        VisitOperation(visit, saved);
+    }
     VisitFieldsBehind(visit, settings);
     visit(settings.languageFilePath);
     return writer.Image();

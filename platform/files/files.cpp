@@ -3,6 +3,7 @@
 #include <new>
 
 #include "platform/files/file_handle.h"
+#include "platform/files/file_replacement.h"
 
 namespace {
 
@@ -36,11 +37,22 @@ FileError WriteAll(const CFileHandle& file, const char* pBytes, size_t nSize) {
     return 0;
 }
 
+const char* Bytes(const std::vector<uint8_t>& data) {
+    return reinterpret_cast<const char*>(data.data());
+}
+
 // The file is closed in any case; the reason told is the first one.
 FileError WriteAndClose(CFileHandle file, const char* pBytes, size_t nSize) {
     const FileError nWriteError = WriteAll(file, pBytes, nSize);
     const FileError nCloseError = file.Close();
     return nWriteError != 0 ? nWriteError : nCloseError;
+}
+
+FileError ReplaceBy(const std::string& strPath, const std::vector<uint8_t>& data) {
+    CFileReplacement replacement;
+    FileError nError = replacement.Create(strPath);
+    if (nError == 0) nError = WriteAll(replacement.File(), Bytes(data), data.size());
+    return nError == 0 ? replacement.PutInPlace() : nError;
 }
 
 }  // namespace
@@ -62,7 +74,12 @@ FileError ReadWholeFile(const std::string& strPath, std::vector<uint8_t>* pData)
 FileError WriteWholeFile(const std::string& strPath, const std::vector<uint8_t>& data) {
     CFileHandle file = CFileHandle::OpenToReplace(strPath);
     if (!file.IsOpen()) return LastFileError();
-    return WriteAndClose(std::move(file), reinterpret_cast<const char*>(data.data()), data.size());
+    return WriteAndClose(std::move(file), Bytes(data), data.size());
+}
+
+FileError SaveWholeFile(const std::string& strPath, const std::vector<uint8_t>& data) {
+    const FileError nError = ReplaceBy(strPath, data);
+    return IsReplacementRefusal(nError) ? WriteWholeFile(strPath, data) : nError;
 }
 
 FileError AppendToFile(const std::string& strPath, std::string_view strBytes) {

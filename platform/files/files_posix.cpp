@@ -9,11 +9,12 @@
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // the user's mask takes off what he does not want
+constexpr mode_t kOwnerMode = 0600;
 
 // A named pipe that nobody serves fails or reads as empty at once: a wait for its other end could not be ended, since
 // the program holds the end signals back. Ordinary files know no such wait.
-int OpenFile(const std::string& strPath, int nFlags) {
-    return open(strPath.c_str(), nFlags | O_CLOEXEC | O_NONBLOCK, kNewFileMode);
+int OpenFile(const std::string& strPath, int nFlags, mode_t nMode = kNewFileMode) {
+    return open(strPath.c_str(), nFlags | O_CLOEXEC | O_NONBLOCK, nMode);
 }
 
 int Descriptor(intptr_t hFile) {
@@ -41,6 +42,18 @@ CFileHandle CFileHandle::OpenToAppend(const std::string& strPath) {
     return CFileHandle(OpenFile(strPath, O_WRONLY | O_CREAT | O_APPEND));
 }
 
+CFileHandle CFileHandle::OpenToChange(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, O_WRONLY));
+}
+
+CFileHandle CFileHandle::CreateForOwner(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, O_WRONLY | O_CREAT | O_EXCL, kOwnerMode));
+}
+
+CFileHandle CFileHandle::CreateForAll(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, O_WRONLY | O_CREAT | O_EXCL));
+}
+
 int64_t CFileHandle::Read(void* pBuffer, size_t nSize) const {
     for (;;) {
         const ssize_t nRead = read(Descriptor(m_hFile), pBuffer, nSize);
@@ -55,8 +68,19 @@ int64_t CFileHandle::Write(const void* pData, size_t nSize) const {
     }
 }
 
+FileError CFileHandle::Flush() const {
+    for (;;) {
+        if (fsync(Descriptor(m_hFile)) == 0) return 0;
+        if (errno != EINTR) return errno;
+    }
+}
+
 FileError LastFileError() {
     return errno;
+}
+
+void RemoveFile(const std::string& strPath) {
+    unlink(strPath.c_str());
 }
 
 FileError TooLargeError() {

@@ -52,6 +52,18 @@ CFileHandle CFileHandle::OpenToAppend(const std::string& strPath) {
     return file;
 }
 
+CFileHandle CFileHandle::OpenToChange(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, GENERIC_WRITE | DELETE, OPEN_EXISTING));
+}
+
+CFileHandle CFileHandle::CreateForOwner(const std::string& strPath) {
+    return CreateForAll(strPath);
+}
+
+CFileHandle CFileHandle::CreateForAll(const std::string& strPath) {
+    return CFileHandle(OpenFile(strPath, GENERIC_WRITE, CREATE_NEW));
+}
+
 int64_t CFileHandle::Read(void* pBuffer, size_t nSize) const {
     DWORD dwRead = 0;
     return ReadFile(ToHandle(m_hFile), pBuffer, CallSize(nSize), &dwRead, nullptr) != 0 ? int64_t{dwRead} : -1;
@@ -62,8 +74,16 @@ int64_t CFileHandle::Write(const void* pData, size_t nSize) const {
     return WriteFile(ToHandle(m_hFile), pData, CallSize(nSize), &dwWritten, nullptr) != 0 ? int64_t{dwWritten} : -1;
 }
 
+FileError CFileHandle::Flush() const {
+    return FlushFileBuffers(ToHandle(m_hFile)) != 0 ? 0 : LastFileError();
+}
+
 FileError LastFileError() {
     return static_cast<FileError>(GetLastError());
+}
+
+void RemoveFile(const std::string& strPath) {
+    DeleteFileA(strPath.c_str());
 }
 
 FileError TooLargeError() {

@@ -17,8 +17,13 @@ std::string SystemErrorText(int32_t nError);
 
 // Linux only: a process without a window.
 
+/// The first thing that main does: where the process was started with its standard input, output or error closed, they lead
+/// to nothing from here on. Otherwise a socket would be given their number, and its peer would read the messages.
+void HoldStandardStreams();
+
 /// Once, before any thread is started:
-/// - SIGINT and SIGTERM wait until they are asked for, and writing to a closed pipe is an error and no end;
+/// - SIGINT and SIGTERM wait until they are asked for; writing to a closed pipe or beyond the limit of a file's size is
+///   an error and no end;
 /// - threads that data wakes do not push aside the one that runs: with many sessions that saves a third of the changes of
 ///   thread, and round trips on a busy machine took no longer;
 /// - the soft limit of open files is raised to the hard one: two sockets a session pass the usual limit of 1,024 long

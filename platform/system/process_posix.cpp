@@ -1,5 +1,6 @@
 #include "platform/system/process.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <signal.h>
@@ -41,10 +42,22 @@ void EndProcess(int32_t nCode) {
     _exit(nCode);
 }
 
+void HoldStandardStreams() {
+    // The system gives the lowest free number: a higher one tells that all of these are held.
+    int nOpened = 0;
+    while (0 <= nOpened && nOpened <= STDERR_FILENO) {
+        nOpened = open("/dev/null", O_RDWR);
+        // Any directory takes the number as well, and nothing can be written to it.
+        if (nOpened < 0) nOpened = open("/", O_RDONLY | O_DIRECTORY);
+    }
+    if (nOpened >= 0) close(nOpened);
+}
+
 void PrepareServerProcess() {
     const sigset_t signals = EndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
     // Not where an administrator has chosen another policy.
     const sched_param normal = {};
     if (sched_getscheduler(0) == SCHED_OTHER) sched_setscheduler(0, SCHED_BATCH, &normal);

@@ -9,16 +9,18 @@ namespace {
 
 constexpr char kUsage[] =
     "Usage:\n"
-    "  zelkor FILE.KVR\n"
+    "  zelkor [--wait] FILE.KVR\n"
     "      Runs the operations of a saved-settings file that were running when it was saved, until SIGINT or\n"
-    "      SIGTERM. The file is then saved again, unless it is cut off or of another version.\n"
-    "  zelkor [--log FILE] [--max N] [--timeout MS] tcp|udp LOCALIP:PORT HOST:PORT\n"
+    "      SIGTERM. The file is then saved again, unless it is cut off, of another version, or was changed meanwhile.\n"
+    "  zelkor [--wait] [--log FILE] [--max N] [--timeout MS] tcp|udp LOCALIP:PORT HOST:PORT\n"
     "      Runs one operation. LOCALIP may be left out or be *, for all interfaces; without HOST the connections\n"
     "      go back to the client's own address.\n"
     "        --log FILE     appends the session events to FILE, once a second\n"
     "        --max N        maximum simultaneous sessions (100)\n"
     "        --timeout MS   end of a silent UDP session, in milliseconds, at least 1000 (60000)\n"
     "  zelkor --help | --version\n"
+    "An operation that cannot be started is tried again every five seconds, and stays marked as running in the file.\n"
+    "If none can be started at first, zelkor ends, unless --wait is given: then it goes on trying.\n"
     "Exit codes: 0 orderly end, 1 wrong arguments, 2 the file was refused or could not be read, 3 no operation could\n"
     "be started.\n";
 
@@ -94,9 +96,13 @@ ServerOptions ReadOperation(std::span<const char* const> words, ServerOptions op
     return options;
 }
 
-// A file whose name begins like an option can be given with its folder.
 bool IsOption(const std::string& strWord) {
     return strWord.starts_with("-");
+}
+
+// A file whose name begins like an option, or is that of a protocol, can be given with its folder.
+bool IsFileName(const std::string& strWord) {
+    return !strWord.empty() && !IsProtocol(strWord);
 }
 
 }  // namespace
@@ -108,18 +114,24 @@ ServerOptions ParseServerOptions(std::span<const char* const> arguments) {
         options.action = strOnly == "--help" ? ServerAction::Help : ServerAction::Version;
         return options;
     }
-    if (!strOnly.empty() && !IsOption(strOnly) && !IsProtocol(strOnly)) {
-        options.action = ServerAction::RunFile;
-        options.strFile = strOnly;
-        return options;
-    }
+    bool bOfOperation = false;
     size_t nWord = 0;
-    for (; nWord < arguments.size() && IsOption(arguments[nWord]); nWord += 2) {
-        if (nWord + 1 == arguments.size()) return Wrong(std::string(arguments[nWord]) + " needs a value");
-        const std::string strError = ReadOption(arguments[nWord], arguments[nWord + 1], &options);
+    while (nWord < arguments.size() && IsOption(arguments[nWord])) {
+        const std::string strName = arguments[nWord++];
+        if (strName == "--wait") {
+            options.bWait = true;
+            continue;
+        }
+        if (nWord == arguments.size()) return Wrong(strName + " needs a value");
+        const std::string strError = ReadOption(strName, arguments[nWord++], &options);
         if (!strError.empty()) return Wrong(strError);
+        bOfOperation = true;
     }
-    return ReadOperation(arguments.subspan(nWord), options);
+    const auto words = arguments.subspan(nWord);
+    if (bOfOperation || words.size() != 1 || !IsFileName(words[0])) return ReadOperation(words, options);
+    options.action = ServerAction::RunFile;
+    options.strFile = words[0];
+    return options;
 }
 
 const char* ServerUsage() {

@@ -12,6 +12,7 @@ enum class ServerAction { Usage, Help, Version, RunFile, RunOperation };
 struct ServerOptions {
     ServerAction action = ServerAction::Usage;
     std::string strError;  // Usage: what is wrong with the arguments
+    bool bWait = false;    // goes on trying when no operation can be started at first
     std::string strFile;   // RunFile: the saved-settings file
 
     // RunOperation

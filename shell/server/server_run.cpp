@@ -11,7 +11,6 @@
 #include "platform/threads/threads.h"
 #include "shell/auto_start.h"
 #include "shell/link_operation.h"
-#include "store/settings_file.h"
 #include "store/settings_image.h"
 
 namespace {
@@ -20,10 +19,13 @@ namespace {
 // limits are the same in both programs.
 constexpr int32_t kOwnThreads = 2;
 
-// The log writer ends within a tenth of a second, unless the disk holds it up.
-constexpr uint32_t kLogWriterWaitMs = 500;
+// The log writer ends within a tenth of a second, unless the disk holds its last batch up.
+constexpr uint32_t kLogWriterWaitMs = 2000;
 
 constexpr uint32_t kCommandLineLogSeconds = 1;
+
+// Between two tries to start an operation that does not run.
+constexpr std::chrono::seconds kRetryPeriod{5};
 
 // A host text can hold any bytes: none of them may begin a line of its own or reach the terminal as a command.
 std::string Printable(std::string strText) {
@@ -56,10 +58,25 @@ std::string CutOffText(const AppSettings& settings, const SettingsFileResult& re
            " operations were read; it is left as it is and will not be saved over";
 }
 
+void ReportStart(CPortForwardOp* pOp, bool bStarted) {
+    if (bStarted) {
+        PrintLine("started " + Describe(pOp));
+        return;
+    }
+    const std::string strReason =
+        pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
+    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
+    const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
+    PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
+}
+
 }  // namespace
 
-bool CServerRun::LoadFile(const std::string& strPath) {
-    const SettingsFileResult result = LoadSettingsFile(&m_settings, strPath);
+CServerRun::CServerRun() : m_keeper(&m_settings, ReportStart, kRetryPeriod) {}
+
+bool CServerRun::LoadFile(CSettingsFile* pFile) {
+    const std::string& strPath = pFile->Path();
+    const SettingsFileResult result = pFile->Load(&m_settings);
     switch (result.status) {
         case SettingsFileStatus::NotFound:
             PrintError(strPath + " cannot be read: " + SystemErrorText(result.nError));
@@ -82,19 +99,6 @@ bool CServerRun::LoadFile(const std::string& strPath) {
     return bComplete || m_settings.opCount > 0;
 }
 
-bool CServerRun::StartOperation(CPortForwardOp* pOp) {
-    if (pOp->Start()) {
-        PrintLine("started " + Describe(pOp));
-        return true;
-    }
-    const std::string strReason =
-        pOp->m_nStartError == 0 ? "the protocol cannot be forwarded" : SystemErrorText(pOp->m_nStartError);
-    const bool bNoRawSocket = pOp->m_settings.m_bForwardIcmp != 0 && IsRawSocketRefusal(pOp->m_nStartError);
-    const char* const pszHint = bNoRawSocket ? " (to forward ICMP errors needs CAP_NET_RAW)" : "";
-    PrintError("not started: " + Describe(pOp) + ": " + strReason + pszHint);
-    return false;
-}
-
 // How many run.
 int CServerRun::StartOperations() {
     const bool bStart = ShouldStartOperations(m_settings, [] { return true; });
@@ -103,7 +107,7 @@ int CServerRun::StartOperations() {
         pOp->m_bStarting = 0;
         LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
         const bool bWasRunning = pOp->m_bRunning.exchange(0) != 0;
-        if (bWasRunning && bStart && StartOperation(pOp)) ++nStarted;
+        if (bWasRunning && bStart && m_keeper.Keep(pOp)) ++nStarted;
     }
     return nStarted;
 }
@@ -113,41 +117,45 @@ void CServerRun::StartLogWriter() {
     PrintError("no log is written: " + SystemErrorText(ThreadStartError()));
 }
 
-// The main thread is the timer of the log.
+// The main thread is the timer of the log, and tries again what does not run.
 void CServerRun::WaitForEnd() {
+    using Clock = COperationKeeper::Clock;
     const auto period = std::chrono::milliseconds(LogFlushPeriodMs(m_settings));
-    auto next = std::chrono::steady_clock::now() + period;
+    auto nextFlush = Clock::now() + period;
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - std::chrono::steady_clock::now());
+        const auto next = std::min(nextFlush, m_keeper.NextTry());
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
         if (WaitForEndSignal(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)))) return;
-        if (std::chrono::steady_clock::now() < next) continue;
+        const auto now = Clock::now();
+        if (now >= m_keeper.NextTry()) m_keeper.TryNext();
+        if (now < nextFlush) continue;
         if (m_settings.autoLogEnabled != 0) m_logWriter.RequestFlush();
-        next += period;
+        nextFlush += period;
     }
 }
 
-void CServerRun::SaveFile(const std::string& strPath) {
+void CServerRun::SaveFile(CSettingsFile* pFile) {
     if (!m_bSave) return;
-    const int32_t nError = SaveSettingsFile(m_settings, strPath.c_str());
-    if (nError != 0) PrintError(strPath + " could not be saved: " + SystemErrorText(nError));
+    const SettingsSaveResult result = pFile->Save(m_settings);
+    if (result.bForeign) PrintError(pFile->Path() + " was changed by someone else and is left as it is");
+    if (result.nError != 0) PrintError(pFile->Path() + " could not be saved: " + SystemErrorText(result.nError));
 }
 
-int CServerRun::RunFile(const std::string& strPath) {
+int CServerRun::RunFile(const ServerOptions& options) {
     m_counters.nThreads = kOwnThreads;
     LoadGeneralTexts(&m_settings);
     ApplyLanguage(&m_settings);
-    if (!LoadFile(strPath)) return kExitFileRefused;
+    CSettingsFile file(options.strFile);
+    if (!LoadFile(&file)) return kExitFileRefused;
     if (m_settings.languageCode != 0) ApplyLanguage(&m_settings);
-    if (StartOperations() == 0) {
-        if (!ShouldStartOperations(m_settings, [] { return true; })) {
-            PrintError(strPath + " holds no operation that is to be started");
-        }
-        return kExitNothingStarted;
-    }
+    const int nStarted = StartOperations();
+    const bool bNoneWanted = m_settings.wantedOps.empty();
+    if (bNoneWanted) PrintError(file.Path() + " holds no operation that is to be started");
+    if (nStarted == 0 && (bNoneWanted || !options.bWait)) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
-    SaveFile(strPath);
-    m_logWriter.End(kLogWriterWaitMs);
+    SaveFile(&file);
+    m_logWriter.EndWithLastBatch(kLogWriterWaitMs);
     return kExitOrderly;
 }
 
@@ -162,9 +170,9 @@ int CServerRun::RunOperation(const ServerOptions& options) {
     CPortForwardOp* const pOp = m_settings.operations.back().get();
     pOp->m_settings = options.operation;
     LinkOperation(pOp, m_settings, &m_counters, &m_logWriter.Queue());
-    if (!StartOperation(pOp)) return kExitNothingStarted;
+    if (!m_keeper.Keep(pOp) && !options.bWait) return kExitNothingStarted;
     StartLogWriter();
     WaitForEnd();
-    m_logWriter.End(kLogWriterWaitMs);
+    m_logWriter.EndWithLastBatch(kLogWriterWaitMs);
     return kExitOrderly;
 }

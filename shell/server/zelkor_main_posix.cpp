@@ -14,7 +14,7 @@ int Run(const ServerOptions& options) {
     static CServerRun run;
     PrepareServerProcess();
     if (StartSocketLayer() != 0) return kExitNothingStarted;
-    return options.action == ServerAction::RunFile ? run.RunFile(options.strFile) : run.RunOperation(options);
+    return options.action == ServerAction::RunFile ? run.RunFile(options) : run.RunOperation(options);
 }
 
 int Perform(const ServerOptions& options) {
@@ -36,6 +36,7 @@ int Perform(const ServerOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    HoldStandardStreams();
     const std::span<const char* const> arguments(argv + 1, static_cast<size_t>(argc > 0 ? argc - 1 : 0));
     EndProcess(Perform(ParseServerOptions(arguments)));
 }

@@ -1,4 +1,7 @@
 """The Linux program's command line: what it refuses, what it answers, and one operation run by it."""
+import contextlib
+import os
+import resource
 import unittest
 
 from e2e import OWN, LinuxTest
@@ -53,6 +56,43 @@ class CommandLine(LinuxTest):
         events += [entry("Session ended", port, inside[1]),
                    entry("Session rejected - unable to establish remote host connection", port, refused)]  # fmt: skip
         self.wait_for_log(*events)
+        self.assert_ends(program)
+
+    def test_a_log_without_room_loses_that_batch_only_and_the_end_loses_none(self):
+        program, port = self.start_operation("tcp", f"{LOCALHOST}:{self.servers['tcp'].port}", "--log", self.log)
+
+        def limit(room):
+            resource.prlimit(program.process.pid, resource.RLIMIT_FSIZE, (room, resource.RLIM_INFINITY))
+
+        def is_full():
+            self.client("tcp", port).close()
+            return self.log.exists() and self.log.stat().st_size == 1000
+
+        limit(1000)
+        program.wait_until(is_full, "a full log")
+        torn = self.log.read_bytes()
+        limit(resource.RLIM_INFINITY)
+        last = self.client("tcp", port)
+        self.assertEqual(last.echo(b"x"), b"x")
+        self.assert_ends(program)
+        whole = self.log.read_bytes()
+        self.assertEqual(whole[:1000], torn)
+        first, *entries = whole[1000:].decode().split("\r\n")
+        self.assertEqual(first, "", "the torn entry goes on")
+        self.assertRegex("\n".join(entries), f"(?m)^{entry('Session accepted', port, last)}$")
+
+    def test_without_standard_streams_no_socket_takes_their_numbers(self):
+        port = self.port("tcp")
+        arguments = "tcp", f"{OWN}:{port}", f"{LOCALHOST}:{self.servers['tcp'].port}"
+        program = self.run_program(*arguments, through=("sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh"))
+
+        def carries():
+            with contextlib.suppress(ConnectionRefusedError):
+                return self.client("tcp", port).echo(b"x") == b"x"
+
+        program.wait_until(carries)
+        streams = [os.readlink(f"/proc/{program.process.pid}/fd/{number}") for number in range(3)]
+        self.assertEqual(streams, ["/dev/null"] * 3)
         self.assert_ends(program)
 
     def test_a_udp_operation_ends_a_silent_session(self):

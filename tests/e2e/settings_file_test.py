@@ -53,7 +53,6 @@ class SettingsFile(FileCases, LinuxTest):
             self.assertIn(f"{path} {reason}", "\n".join(program.err))
 
     def test_what_would_lose_something_is_never_saved(self):
-        # A save would mark the one that cannot start.
         tcp, taken = self.operation("tcp"), self.operation("tcp", local_port=self.servers["tcp"].port)
         taken.local_interface = taken.local_ip = LOCALHOST
         for version, cut, reason in (
@@ -69,6 +68,36 @@ class SettingsFile(FileCases, LinuxTest):
                 self.assertEqual(program.end(), 0)
                 self.assertEqual((program.err[0], len(program.err)), (f"zelkor: {self.file} {reason}", 2))
                 self.assertEqual(self.file.read_bytes(), before)
+
+    def test_a_file_that_was_replaced_meanwhile_stays(self):
+        program = self.start(Settings([self.operation("tcp")]))
+        newer = Settings([self.operation("udp")]).bytes()
+        other = self.folder / "other.KVR"
+        other.write_bytes(newer)
+        other.rename(self.file)
+        self.assertEqual(program.end(), 0)
+        self.assertEqual(program.err, [f"zelkor: {self.file} was changed by someone else and is left as it is"])
+        self.assertEqual(self.file.read_bytes(), newer)
+
+    def test_what_cannot_start_is_tried_again_and_stays_wanted(self):
+        for others, options, comes_up in (([self.operation("udp")], (), True), ([], ("--wait",), True),
+                                          ([], ("--wait",), False)):  # fmt: skip
+            with self.subTest(options, comes_up=comes_up):
+                holder = self.server("tcp", OWN)
+                late = self.operation("tcp", local_port=holder.port)
+                settings = Settings([late, *others])
+                self.file.write_bytes(settings.bytes())
+                program = self.run_program(*options, self.file)
+                program.wait_until(lambda: program.err and len(program.out) == len(others))
+                if comes_up:
+                    holder.close()
+                    program.wait_until(lambda: len(program.out) > len(others))
+                    self.assert_carries("tcp", late)
+                self.assertEqual(program.end(), 0)
+                target = f"TCP {OWN}:{late.local_port} -> {LOCALHOST}:{late.remote_port}"
+                self.assertEqual(program.out[len(others) :], [f"started {target}"] * comes_up)
+                self.assertEqual(program.err, [f"zelkor: not started: {target}: Address already in use"])
+                self.assert_saved(settings)
 
     def test_each_operation_is_told_of_on_a_line_of_its_own(self):
         wild = self.operation("tcp", remote_host="a\r\nstarted UDP\x1b[2J\x7f", remote_port=80)

@@ -1,5 +1,6 @@
 #include "engine/host_text.h"
 #include "tests/engine/engine_fixture.h"
+#include "tests/support/failing_new.h"
 
 namespace {
 
@@ -53,6 +54,14 @@ TEST(HostText, HostsAreTrimmedAndBecomeDottedQuads) {
         EXPECT_EQ(Resolved(strHost), strResult);
     }
     EXPECT_FALSE(IsBlankText("\n"));
+    for (const size_t nLength : {size_t{4000}, size_t{1'000'000}}) {
+        const std::string strLong = " " + std::string(nLength, 'x') + " ";
+        std::string strHost = strLong;
+        FailNextAllocationOf(nLength + 1);
+        EXPECT_EQ(ResolveHostText(&strHost), HostResult::Unknown) << "without memory for " << nLength;
+        FailNextAllocationOf(0);
+        EXPECT_EQ(strHost, std::string(nLength, 'x'));
+    }
 }
 
 TEST_F(EngineTest, AStartThatFailsTellsWhyAndCanBeTriedAgain) {

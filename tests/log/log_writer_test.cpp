@@ -8,6 +8,7 @@
 #include <sstream>
 #include <thread>
 
+#include "platform/files/files.h"
 #include "platform/threads/threads_testing.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/wait.h"
@@ -100,6 +101,41 @@ TEST_F(LogWriter, WritesOnlyWhenAskedAndOnlyWhileLoggingIsOn) {
     EXPECT_FALSE(m_writer.Queue().IsEmpty()) << "what logging left behind waits for it to come back";
     m_settings.autoLogEnabled = 1;
     EXPECT_TRUE(WaitFor([this] { return File() == "\r\nentry"; })) << "the request stood";
+}
+
+TEST_F(LogWriter, WhatTheQueueHasNoRoomForIsCountedInTheFile) {
+    const std::string strHalf(kLogQueueLimit / 2 - sizeof(LogEntry), 'x');
+    const std::string strFull = "\r\n" + strHalf + "\r\n" + strHalf;
+    const std::string strMissing = "\r\nLog entries missing here, since the queue of the log was full: ";
+    const auto fill = [&] {
+        for (const auto& strText : {strHalf, strHalf}) Queue(strText);
+    };
+    fill();
+    Write("");  // no room for an empty one either
+    EXPECT_TRUE(File() == strFull + strMissing + "1") << FileSize(m_path.string());
+    Queue("a");
+    fill();
+    m_settings.logFilePath.Set((m_path / "in a missing folder").string());
+    Write("");
+    m_settings.logFilePath.Set(m_path.string());
+    fs::remove(m_path);
+    Write("b");
+    Write("c");
+    EXPECT_EQ(File(), "\r\nb" + strMissing + "2\r\nc") << "told once, as soon as there is a file to tell it to";
+}
+
+TEST_F(LogWriter, OnlyAnEndThatIsAskedToFlushesAndOnlyWhileLoggingIsOn) {
+    for (const auto& [bLogging, strFile] : {std::pair{false, ""}, {true, "\r\nfirst\r\nlast"}}) {
+        m_settings.autoLogEnabled = bLogging ? 1 : 0;
+        Start();
+        Queue(bLogging ? "last" : "first");
+        EXPECT_TRUE(WaitFor([this] { return m_writer.EndWithLastBatch(10); }));
+        EXPECT_EQ(File(), strFile);
+    }
+    Start();
+    Queue("lost");
+    End();
+    EXPECT_EQ(File(), "\r\nfirst\r\nlast");
 }
 
 TEST_F(LogWriter, WithoutAThreadNothingCountsAndTheEndWaitsForNobody) {

@@ -19,6 +19,7 @@ std::string Meaning(const std::string& strLine) {
     const ServerOptions options = ParseServerOptions(arguments);
     const OpSettings& operation = options.operation;
     std::ostringstream meaning;
+    if (options.bWait) meaning << "wait ";
     if (options.action == ServerAction::Usage) meaning << "wrong: " << options.strError;
     if (options.action == ServerAction::Help) meaning << "help";
     if (options.action == ServerAction::Version) meaning << "version";
@@ -38,6 +39,8 @@ TEST(ServerOptions, ArgumentsMeanAnOperationAFileOrACommand) {
         {"--version", "version"},
         {"saved.KVR", "file saved.KVR"},
         {"./-h", "file ./-h"},
+        {"--wait saved.KVR", "wait file saved.KVR"},
+        {"--max 1 --wait udp :1 :2", "wait UDP 0.0.0.0:1 :2 max 1 timeout 60000 log "},
         {"./tcp", "file ./tcp"},
         {"tcp 10.1.2.3:8080 there:80", "TCP 10.1.2.3:8080 there:80 max 100 timeout 60000 log "},
         {"--timeout 1000 --log a --max 2147483647 --log b udp 127.0.0.1:65535 localhost:1",
@@ -48,8 +51,8 @@ TEST(ServerOptions, ArgumentsMeanAnOperationAFileOrACommand) {
 }
 
 TEST(ServerOptions, WrongArgumentsAreNamed) {
-    const std::vector<std::string> operationless = {"", "saved.KVR --help", "tcp", "tcp :1 a:1 b:1",
-                                                    "tcp :1 a:1 --max 5"};
+    const std::vector<std::string> operationless = {
+        "", "saved.KVR --help", "tcp", "tcp :1 a:1 b:1", "tcp :1 a:1 --max 5", "--wait", "--log a saved.KVR"};
     for (const std::string& strLine : operationless) {
         EXPECT_THAT(Meaning(strLine), testing::ContainsRegex("wrong: .*needs a protocol")) << strLine;
     }

@@ -1,9 +1,16 @@
-// When operations are started by themselves, and the options on the command line.
+// When operations are started by themselves and tried again, and the options on the command line.
 #include <gmock/gmock.h>
 
+#include <array>
+#include <utility>
+
+#include "platform/net/socket.h"
 #include "shell/app/command_line.h"
 #include "shell/app_settings.h"
 #include "shell/auto_start.h"
+#include "shell/link_operation.h"
+#include "shell/operation_keeper.h"
+#include "tests/support/wait.h"
 
 using testing::Optional;
 
@@ -30,6 +37,51 @@ TEST(AutoStart, TheUserIsAskedOnlyWhereTheModeLeavesItOpen) {
             EXPECT_EQ(bStart, bAsked ? bAnswer : strStart == "yes") << nRunning << " ran, mode " << dwMode;
         }
     }
+}
+
+TEST(OperationKeeper, WhatShouldRunIsTriedInTurnUntilItDoesAndToldOnce) {
+    const CWatchdog watchdog;
+    AppSettings settings;
+    EngineCounters counters;
+    LogQueue queue;
+    std::array<CPortForwardOp, 3> ops;
+    std::array<CSocket, 2> taken;
+    std::string strTold;
+    for (CPortForwardOp& op : ops) {
+        LinkOperation(&op, settings, &counters, &queue);
+        op.m_settings.m_dwLocalIp = IpFromNumber(0x7F000001);
+        op.m_settings.m_nProtocol = kProtocolTcp;
+    }
+    for (size_t n : {0U, 1U}) {
+        Endpoint local;
+        EXPECT_EQ(taken[n].Open(SocketKind::Tcp), 0);
+        EXPECT_EQ(taken[n].Bind({IpFromNumber(0x7F000001), 0}), 0);
+        EXPECT_EQ(taken[n].Listen(1), 0);
+        EXPECT_EQ(taken[n].LocalEndpoint(&local), 0);
+        ops[n].m_settings.m_wLocalPort = local.wPort;
+    }
+    const auto report = [&](const CPortForwardOp* pOp, bool bStarted) {
+        strTold += (bStarted ? "+" : "-") + std::to_string(pOp - ops.data());
+    };
+    COperationKeeper keeper(&settings, report, std::chrono::milliseconds(1));
+    // Until each has had its turn, and the next is due later. How many steps that took, and what was told.
+    const auto round = [&] {
+        int nSteps = 0;
+        for (const auto begin = keeper.NextTry(); keeper.NextTry() == begin; ++nSteps) keeper.TryNext();
+        return std::to_string(nSteps) + std::exchange(strTold, "");
+    };
+    for (CPortForwardOp& op : ops) EXPECT_EQ(keeper.Keep(&op), &op == &ops[2]);
+    EXPECT_EQ(std::exchange(strTold, ""), "-0-1+2");
+    EXPECT_EQ(round(), "3") << "one in a step";
+    taken[1].Close();
+    EXPECT_EQ(round(), "3+1");
+    ops[2].Stop();  // as if its listener had failed
+    EXPECT_EQ(round(), "3+2");
+    EXPECT_EQ(settings.wantedOps.size(), 3U);
+    keeper.Release(ops.data());
+    taken[0].Close();
+    EXPECT_EQ(round(), "1");
+    EXPECT_EQ(ops[0].m_bRunning, 0);
 }
 
 TEST(CommandLineTest, OptionsAreSubstringsInAnyCase) {

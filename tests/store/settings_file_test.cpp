@@ -82,6 +82,9 @@ TEST_F(SettingsFile, ALoadAndASaveKeepEveryByte) {
     file.m_records.erase(file.m_records.begin() + 1, file.m_records.begin() + 4);
     file.m_strCount = U32(2);
     EXPECT_TRUE(Save() == file.Bytes()) << "the chain is what is written";
+    Settings().wantedOps = {Settings().operations[0].get(), Settings().operations[4].get()};
+    file.m_records[0] = Record(U32(0), U32(0), 1);
+    EXPECT_TRUE(Save() == file.Bytes()) << "and what is to run counts as running";
 }
 
 TEST_F(SettingsFile, ASecondLoadKeepsNothingOfTheFirst) {
@@ -158,6 +161,32 @@ TEST_F(SettingsFile, ASaveWithoutAPathGoesBesideTheProgram) {
     EXPECT_TRUE(Read(m_strBeside) == FileText().Bytes());
     EXPECT_EQ(SettingsPathFor("C:\\a b\\zelkor.EXE"), "C:\\a b\\zelkor.KVR");
     EXPECT_EQ(SettingsPathFor(""), "");
+}
+
+TEST_F(SettingsFile, WhatSomeoneElsePutInItsPlaceIsNotSavedOver) {
+    Load(FileText().Bytes());
+    CSettingsFile file(m_strPath);
+    const auto save = [&] {
+        const SettingsSaveResult result = file.Save(Settings());
+        return result.bForeign ? "foreign" : result.nError == 0 ? "saved" : "failed";
+    };
+    EXPECT_STREQ(save(), "foreign") << "there was none when nothing had been read";
+    EXPECT_EQ(file.Load(&Settings()).status, SettingsFileStatus::Complete);
+    for (const uint32_t nCode : {1U, 2U}) {
+        Settings().languageCode = nCode;
+        EXPECT_STREQ(save(), "saved");
+    }
+    const std::string strSaved = Read(m_strPath);
+    for (const std::string& strOther : {FileText().Bytes(), std::string(), strSaved + "x"}) {
+        Write(m_strPath, strOther);
+        EXPECT_STREQ(save(), "foreign");
+        EXPECT_TRUE(Read(m_strPath) == strOther);
+    }
+    std::filesystem::remove(m_strPath);
+    EXPECT_STREQ(save(), "failed");
+    EXPECT_FALSE(std::filesystem::exists(m_strPath));
+    Write(m_strPath, strSaved);
+    EXPECT_STREQ(save(), "saved") << "it is the same file again";
 }
 
 TEST_F(SettingsFile, AFileThatCannotBeWrittenIsLeftAlone) {
