@@ -101,6 +101,9 @@ TEST_F(LogWriter, WritesOnlyWhenAskedAndOnlyWhileLoggingIsOn) {
     EXPECT_FALSE(m_writer.Queue().IsEmpty()) << "what logging left behind waits for it to come back";
     m_settings.autoLogEnabled = 1;
     EXPECT_TRUE(WaitFor([this] { return File() == "\r\nentry"; })) << "the request stood";
+    Queue("next");
+    LetItPoll();
+    EXPECT_FALSE(m_writer.Queue().IsEmpty()) << "one request, one batch";
 }
 
 TEST_F(LogWriter, WhatTheQueueHasNoRoomForIsCountedInTheFile) {
