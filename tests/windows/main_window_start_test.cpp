@@ -64,7 +64,8 @@ TEST_F(MainWindowStartTest, ShowsTheOperationsUpsideDownAndSavesThemInTheirOrder
 }
 
 TEST_F(MainWindowStartTest, ComesUpUsableFromWildValuesAndWithoutAThreadForTheLogWriter) {
-    Add(1, "strange", -5);
+    const std::string strHost(600, 'h');
+    Add(1, strHost, -5);
     m_settings.windowRect = {INT32_MIN, 90000, INT32_MAX, 90001};
     m_settings.columnOrder = {7, -1, 5, 5, 5, INT32_MAX};
     m_settings.columnWidths = {0, -1, INT32_MIN, INT32_MAX, 150, 93};
@@ -75,7 +76,7 @@ TEST_F(MainWindowStartTest, ComesUpUsableFromWildValuesAndWithoutAThreadForTheLo
         AwaitText(IDC_MAIN_PROGRAM_THREADS, "2");
         Await([&] { return Window().IsIconic(); }, "the start minimised");
         Command(ID_PFO_START, 0);
-        EXPECT_EQ(Row(0), "Error starting||127.0.0.1|1|strange|9");
+        EXPECT_EQ(Row(0), "Error starting||127.0.0.1|1|" + strHost + "|9");
     });
     FailThreadStartsAfter(-1);
     const WindowRect& saved = File().windowRect;
