@@ -221,6 +221,9 @@ class List(Window):
             nonlocal next_click
             # Again now and then: the first click can fall into a moment in which the window is disabled.
             if time.monotonic() >= next_click:
+                # The row's own highlight would keep Wine's list from moving the mark.
+                if next_click and self.is_highlighted(row) and count > 1:
+                    self.click(left + 4, (top + bottom) // 2 + (bottom - top) * (-1 if row else 1))
                 self.click(left + 4, (top + bottom) // 2)
                 next_click = time.monotonic() + 2
             return self.mark == row and self.is_highlighted(row) or self.count != count

@@ -248,4 +248,15 @@ TEST_F(MainWindowStartTest, FirstMinimiseAsksOnceAndTheTrayHasAMenu) {
     EXPECT_TRUE(File().showTrayIcon && File().hideTaskbarWhenMinimized && File().trayOnlyWhenMinimized);
 }
 
+TEST_F(MainWindowStartTest, ANoToTheTrayIsAnAnswerToo) {
+    m_settings.trayPromptDone = 0;
+    Run([&] {
+        AnswerBox(kSlotHideInTray, kSlotHideInTrayTitle, IDNO);
+        Send(WM_SYSCOMMAND, SC_MINIMIZE);
+        EXPECT_TRUE(Window().IsWindowVisible() && Window().IsIconic());
+    });
+    EXPECT_EQ(File().trayPromptDone, 1);
+    EXPECT_FALSE(File().showTrayIcon);
+}
+
 }  // namespace
