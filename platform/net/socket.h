@@ -68,6 +68,13 @@ class CSocket {
     IoResult Send(const void* pData, size_t nSize);
     IoResult SendTo(const void* pData, size_t nSize, const Endpoint& peer);
 
+    /// The same from a local address in network byte order, where the system lets the sender choose; 0 leaves it to the
+    /// system. It has to be one of the machine's own.
+    IoResult SendFrom(uint32_t dwLocalIp, const void* pData, size_t nSize, const Endpoint& peer);
+    /// From here on received datagrams tell which of the machine's addresses they were sent to (platform/net/datagrams.h). False
+    /// where the system does not.
+    bool TellTargets();
+
     /// Ends a TCP connection in the sending direction only: the peer sees its orderly end.
     void ShutdownSend();
     /// Makes the calls on this socket fail, the present and the later ones. Any thread, while the object lives. Returns
@@ -79,6 +86,9 @@ class CSocket {
     bool IsOpen() const { return m_hSocket != kNone; }
 
   private:
+    friend class CDatagramBatch;
+    friend class CPoller;
+
     static constexpr intptr_t kNone = -1;
     intptr_t m_hSocket = kNone;
 };
@@ -87,6 +97,9 @@ class CSocket {
 bool IsNotSocketError(int32_t nError);
 /// The code by which a datagram socket tells that an earlier datagram found no receiver.
 bool IsConnectionResetError(int32_t nError);
+/// A code by which a datagram socket tells what an earlier datagram met on its way: it came by ICMP, and the socket is
+/// sound. Among them the one above.
+bool IsEarlierDatagramError(int32_t nError);
 /// The code by which the system keeps a raw socket from a process that has no right to one.
 bool IsRawSocketRefusal(int32_t nError);
 /// An accept failed for want of handles or memory, or because its one connection was gone again: the listener is sound.
