@@ -29,7 +29,7 @@ class CIcmpForwarder {
 
     CPortForwardOp& Op() const { return *m_pOp; }
     CSocket& Socket() { return m_hIcmpSocket; }
-    bool IsEnding() const { return m_bEnd != 0; }
+    const std::atomic<uint8_t>& Ending() const { return m_bEnd; }
     /// The thread's last touch of this object.
     void SetThreadEnded() { m_bIcmpRunning = 0; }
 
@@ -40,9 +40,16 @@ class CIcmpForwarder {
     std::atomic<uint8_t> m_bIcmpRunning = 0;  // the thread is alive; set by its creator, cleared by the thread
 };
 
+/// A session's client, and what the client knows the operation by.
+struct ToldClient {
+    Endpoint client;
+    uint32_t dwAskedIp = 0;  // see UdpSession
+};
+
 /// The client of the first session of the operation that sent the datagram; empty when none did. The name of a fixed
-/// destination is looked up anew: blocks. Any thread.
-std::optional<Endpoint> FindClientOfDatagram(CPortForwardOp& op, const QuotedDatagram& quoted);
+/// destination is looked up anew: blocks until bEnd is set. Any thread.
+std::optional<ToldClient> FindClientOfDatagram(CPortForwardOp& op, const QuotedDatagram& quoted,
+                                               const std::atomic<uint8_t>& bEnd);
 
 /// Thread procedure; counted by its creator.
 void IcmpForwardThread(CIcmpForwarder* pForwarder);

@@ -50,7 +50,7 @@ void CPortForwardOp::SetStarted() {
 bool CPortForwardOp::Stop() {
     if (m_bRunning != 0) {
         if (m_settings.m_nProtocol == kProtocolUdp) {
-            m_bUdpStop = 1;
+            StopUdp();
             m_pCounters->changed.Wait([this] { return m_nActiveSessions <= 0; });
         }
         m_bListenerStop = 1;
@@ -68,6 +68,16 @@ bool CPortForwardOp::Stop() {
 void CPortForwardOp::InterruptListener() {
     const auto hListen = ListenSocket();
     if (hListen) hListen->Interrupt();
+}
+
+void CPortForwardOp::StopUdp() {
+    m_bUdpStop = 1;
+    std::shared_ptr<CPoller> pPoller;
+    {
+        const std::scoped_lock lock(m_csListenSocket);
+        pPoller = m_pUdpPoller;
+    }
+    if (pPoller) pPoller->Wake();
 }
 
 void CPortForwardOp::AddThread() {
@@ -142,6 +152,11 @@ void CPortForwardOp::SetListenSocket(std::shared_ptr<CSocket> hListen) {
     m_hListenSocket.swap(hListen);
 }
 
+void CPortForwardOp::SetUdpPoller(std::shared_ptr<CPoller> pPoller) {
+    const std::scoped_lock lock(m_csListenSocket);
+    m_pUdpPoller.swap(pPoller);
+}
+
 uint16_t CPortForwardOp::ListenPort() {
     const auto hListen = ListenSocket();
     Endpoint local;
@@ -182,7 +197,7 @@ bool CPortForwardOp::HasTcpSessions() {
 void CPortForwardOp::EndLeftThreads() {
     if (m_nThreads <= 0) return;
     m_bListenerStop = 1;
-    m_bUdpStop = 1;
+    StopUdp();
     do {
         InterruptTcpSessions();
     } while (!m_pCounters->changed.WaitFor(kInterruptMs, [this] { return m_nThreads <= 0; }));

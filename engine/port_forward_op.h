@@ -19,6 +19,7 @@
 #include "engine/udp_session.h"
 #include "language/text_table.h"
 #include "log/log_queue.h"
+#include "platform/net/poller.h"
 #include "platform/net/socket.h"
 #include "platform/threads/shared_value.h"
 #include "platform/threads/thread_annotations.h"
@@ -26,6 +27,8 @@
 
 /// Threads of the program that may run at once, set-up threads not counted.
 inline constexpr int32_t kMaxThreads = 1500;
+/// What a UDP session counts for: its relay and its timer.
+inline constexpr int32_t kThreadsOfUdpSession = 2;
 /// TCP set-up threads that may run at once in the whole program.
 inline constexpr int32_t kMaxPendingSetups = 256;
 
@@ -121,6 +124,8 @@ class CPortForwardOp {
     /// The listening TCP socket or the UDP socket; null before the first start. The holder keeps it open.
     std::shared_ptr<CSocket> ListenSocket();
     void SetListenSocket(std::shared_ptr<CSocket> hListen);
+    /// What the thread of a UDP operation waits with, so that a stop can wake it.
+    void SetUdpPoller(std::shared_ptr<CPoller> pPoller);
     /// The port that clients reach the started operation on, in host byte order: the system chooses it for port 0.
     uint16_t ListenPort();
     /// A listener could not begin: keeps the system's reason and clears both flags, m_bStarting last.
@@ -140,12 +145,14 @@ class CPortForwardOp {
     std::mutex m_csTcpSockets;
     TcpSocketNode m_TcpSocketHead GUARDED_BY(m_csTcpSockets);  // sentinel; the lock guards the links behind it too
     std::mutex m_csUdpSessions;
-    UdpSession m_UdpSessionHead GUARDED_BY(m_csUdpSessions);  // the same
+    CUdpSessionTable m_udpSessions GUARDED_BY(m_csUdpSessions);  // only the listener's thread changes it
 
   private:
     void InterruptListener();
+    void StopUdp();
     void EndLeftThreads();
 
     std::mutex m_csListenSocket;
     std::shared_ptr<CSocket> m_hListenSocket GUARDED_BY(m_csListenSocket);
+    std::shared_ptr<CPoller> m_pUdpPoller GUARDED_BY(m_csListenSocket);  // null before the first start
 };

@@ -11,7 +11,7 @@
 namespace {
 
 using Bytes = std::span<const uint8_t>;
-using Sessions = std::vector<std::shared_ptr<UdpSession>>;
+using Sessions = std::vector<const UdpSession*>;
 
 uint32_t AddressAt(Bytes bytes, size_t nAt) {
     uint32_t dwIp = 0;
@@ -42,14 +42,13 @@ uint32_t TakeTarget(FuzzedDataProvider& input, OpSettings* pSettings) {
 
 Sessions TakeSessions(FuzzedDataProvider& input, CPortForwardOp* pOp) {
     Sessions sessions(input.ConsumeIntegralInRange<size_t>(0, 7));
-    std::shared_ptr<UdpSession>* ppLink = &pOp->m_UdpSessionHead.pNext;
-    for (auto& pSession : sessions) {
-        pSession = std::make_shared<UdpSession>();
+    for (auto& pKept : sessions) {
+        auto pSession = std::make_unique<UdpSession>();
+        pKept = pSession.get();
         pSession->dwClientIp = input.ConsumeIntegral<uint32_t>();
         pSession->wClientPort = input.ConsumeIntegral<uint16_t>();
         pSession->wLocalPort = input.ConsumeIntegral<uint16_t>();
-        *ppLink = pSession;
-        ppLink = &pSession->pNext;
+        Check(pOp->m_udpSessions.Add(std::move(pSession)), "there is memory");
     }
     return sessions;
 }
@@ -90,11 +89,11 @@ void CheckForwarding(Bytes packet, CPortForwardOp& op, uint32_t dwTarget, const 
     const auto session = std::ranges::find_if(sessions, [&](const auto& pSession) {
         return IsAbout(packet, dwTarget, op.m_settings.m_wRemotePort, *pSession);
     });
-    const auto client = FindClientOfDatagram(op, *quoted);
-    Check(client.has_value() == (session != sessions.end()), "an error is forwarded if it is about a session");
-    if (!client) return;
-    Check(*client == Endpoint{(*session)->dwClientIp, (*session)->wClientPort}, "the first such session is told");
-    CheckMessage(packet, BuildIcmpMessage(packet, *client, listener), *client, listener);
+    const auto told = FindClientOfDatagram(op, *quoted, false);
+    Check(told.has_value() == (session != sessions.end()), "an error is forwarded if it is about a session");
+    if (!told) return;
+    Check(told->client == (*session)->Client(), "the first such session is told");
+    CheckMessage(packet, BuildIcmpMessage(packet, told->client, listener), told->client, listener);
 }
 
 }  // namespace

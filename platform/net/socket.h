@@ -72,6 +72,13 @@ class CSocket {
     IoResult Send(const void* pData, size_t nSize, const CBreakableCalls* pCalls = nullptr);
     IoResult SendTo(const void* pData, size_t nSize, const Endpoint& peer);
 
+    /// The same from a local address in network byte order, where the system lets the sender choose; 0 leaves it to the
+    /// system. It has to be one of the machine's own.
+    IoResult SendFrom(uint32_t dwLocalIp, const void* pData, size_t nSize, const Endpoint& peer);
+    /// From here on received datagrams tell which of the machine's addresses they were sent to (platform/net/datagrams.h). False
+    /// where the system does not.
+    bool TellTargets();
+
     // POSIX systems only: what can be had without blocking, which for a send may be less than all.
     IoResult RecvNow(void* pBuffer, size_t nSize);
     IoResult SendNow(const void* pData, size_t nSize);
@@ -92,6 +99,8 @@ class CSocket {
   private:
     // What waits on the handles of several sockets at once.
     friend class CBreakableCalls;
+    friend class CDatagramBatch;
+    friend class CPoller;
     friend struct CarryResult CarryQuietly(CSocket&, CSocket&, std::span<uint8_t>, class IByteCounter&);
 
     static constexpr intptr_t kNone = -1;
@@ -104,6 +113,9 @@ bool IsNotSocketError(int32_t nError);
 bool IsWouldBlockError(int32_t nError);
 /// The code by which a datagram socket tells that an earlier datagram found no receiver.
 bool IsConnectionResetError(int32_t nError);
+/// A code by which a datagram socket tells what an earlier datagram met on its way: it came by ICMP, and the socket is
+/// sound. Among them the one above.
+bool IsEarlierDatagramError(int32_t nError);
 /// The code by which the system keeps a raw socket from a process that has no right to one.
 bool IsRawSocketRefusal(int32_t nError);
 /// An accept failed for want of handles or memory, or because its one connection was gone again: the listener is sound.

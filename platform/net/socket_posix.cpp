@@ -27,15 +27,6 @@ IoResult ToResult(ssize_t nBytes) {
     return {static_cast<int32_t>(nBytes), 0};
 }
 
-// A datagram socket hands the error that an earlier datagram met to the next call, and that call then does nothing.
-bool BelongsToEarlierDatagram(int nError) {
-    return nError == ECONNREFUSED || nError == EHOSTUNREACH || nError == ENETUNREACH || nError == EHOSTDOWN ||
-           nError == ENOPROTOOPT || nError == EPROTO;
-}
-
-// More than one such error can wait; a last one that stays is the answer to this call itself.
-constexpr int kSendTries = 3;
-
 }  // namespace
 
 int32_t CSocket::Open(SocketKind kind) {
@@ -144,7 +135,7 @@ IoResult CSocket::Send(const void* pData, size_t nSize, const CBreakableCalls* p
         if (pCalls != nullptr && pCalls->IsBroken()) return {-1, ECANCELED};
         const ssize_t nBytes = send(Handle(m_hSocket), pBytes + nSent, nSize - nSent, MSG_NOSIGNAL);
         if (nBytes < 0) {
-            if (errno == EINTR || (BelongsToEarlierDatagram(errno) && --nTries > 0)) continue;
+            if (errno == EINTR || (IsEarlierDatagramError(errno) && --nTries > 0)) continue;
             return {-1, errno};
         }
         nSent += static_cast<size_t>(nBytes);
@@ -159,7 +150,7 @@ IoResult CSocket::SendTo(const void* pData, size_t nSize, const Endpoint& peer) 
     do {
         nBytes = sendto(Handle(m_hSocket), pData, nSize, MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address),
                         sizeof address);
-    } while (nBytes < 0 && (errno == EINTR || (BelongsToEarlierDatagram(errno) && --nTries > 0)));
+    } while (nBytes < 0 && (errno == EINTR || (IsEarlierDatagramError(errno) && --nTries > 0)));
     return ToResult(nBytes);
 }
 
@@ -188,6 +179,12 @@ bool IsWouldBlockError(int32_t nError) {
 
 bool IsConnectionResetError(int32_t nError) {
     return nError == ECONNRESET || nError == ECONNREFUSED;
+}
+
+// The socket hands the error to the next call, and that call then does nothing.
+bool IsEarlierDatagramError(int32_t nError) {
+    return nError == ECONNREFUSED || nError == EHOSTUNREACH || nError == ENETUNREACH || nError == EHOSTDOWN ||
+           nError == ENOPROTOOPT || nError == EPROTO;
 }
 
 bool IsRawSocketRefusal(int32_t nError) {

@@ -33,6 +33,10 @@ inline Endpoint FromSystemAddress(const sockaddr_in& address) {
 /// them is lost. The system may grant less.
 inline constexpr int kDatagramBufferBytes = 1 << 20;
 
+/// A call on a datagram socket that an earlier datagram's error met is repeated: more than one such error can wait, and a
+/// last one that stays is the answer to the call itself.
+inline constexpr int kSendTries = 3;
+
 /// How a TCP connection whose peer has vanished is noticed.
 inline constexpr int kFirstProbeSeconds = 60;
 inline constexpr int kProbeSeconds = 10;
@@ -57,6 +61,10 @@ void SetOptions(SystemSocket hSocket, SocketKind kind) {
         static_cast<void>(setsockopt(hSocket, nLevel, nOption, reinterpret_cast<const char*>(&nValue), sizeof nValue));
     };
     if (kind == SocketKind::Udp) set(SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
+#ifdef SO_RCVBUFFORCE
+    // What the system grants everybody is less; a privileged process gets all of it.
+    if (kind == SocketKind::Udp) set(SOL_SOCKET, SO_RCVBUFFORCE, kDatagramBufferBytes);
+#endif
     if (kind != SocketKind::Tcp) return;
     set(IPPROTO_TCP, TCP_NODELAY, 1);
     set(SOL_SOCKET, SO_KEEPALIVE, 1);

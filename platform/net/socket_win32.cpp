@@ -153,6 +153,11 @@ bool IsConnectionResetError(int32_t nError) {
     return nError == WSAECONNRESET || nError == WSAECONNREFUSED;
 }
 
+bool IsEarlierDatagramError(int32_t nError) {
+    return IsConnectionResetError(nError) || nError == WSAENETRESET || nError == WSAEHOSTUNREACH ||
+           nError == WSAENETUNREACH;
+}
+
 bool IsRawSocketRefusal(int32_t nError) {
     return nError == WSAEACCES;
 }

@@ -191,7 +191,7 @@ class EngineTest : public testing::Test {
         EXPECT_FALSE(op.HasTcpSessions());
         EXPECT_EQ(op.ListenSocket(), nullptr);
         const std::scoped_lock lock(op.m_csUdpSessions);
-        EXPECT_EQ(op.m_UdpSessionHead.pNext, nullptr);
+        EXPECT_TRUE(op.m_udpSessions.IsEmpty());
     }
 
     CWatchdog m_watchdog;

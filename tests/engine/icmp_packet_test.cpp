@@ -58,21 +58,24 @@ TEST(IcmpPacket, TheMessageQuotesTheDatagramThatTheClientSent) {
 
 TEST(IcmpPacket, TheFirstSessionOfTheDatagramIsTold) {
     CPortForwardOp op;
-    std::shared_ptr<UdpSession>* ppLink = &op.m_UdpSessionHead.pNext;
     for (const uint16_t wNumber : std::vector<uint16_t>{8, 9, 10}) {
-        *ppLink = std::make_shared<UdpSession>();
-        (*ppLink)->dwClientIp = IpFromNumber(0x0A000000U + wNumber);
-        (*ppLink)->wClientPort = wNumber;
-        (*ppLink)->wLocalPort = wNumber == 8 ? 0x1235 : 0x1234;
-        ppLink = &(*ppLink)->pNext;
+        auto pSession = std::make_unique<UdpSession>();
+        pSession->dwClientIp = IpFromNumber(0x0A000000U + wNumber);
+        pSession->wClientPort = wNumber;
+        pSession->wLocalPort = wNumber == 8 ? 0x1235 : 0x1234;
+        ASSERT_TRUE(op.m_udpSessions.Add(std::move(pSession)));
     }
+    const auto find = [&op](const Endpoint& target, uint16_t wSourcePort) {
+        return FindClientOfDatagram(op, {target, wSourcePort}, false).value_or(ToldClient{}).client;
+    };
+    constexpr Endpoint kNobody;
     op.m_settings.m_wRemotePort = 80;
     op.m_settings.m_strRemoteHost = "10.0.0.9";
-    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1234}), At(0x0A000009, 9));
-    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 81), 0x1234}));
-    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000008, 80), 0x1234}));
-    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A000009, 80), 0x1236}));
+    EXPECT_EQ(find(At(0x0A000009, 80), 0x1234), At(0x0A000009, 9));
+    EXPECT_EQ(find(At(0x0A000009, 81), 0x1234), kNobody);
+    EXPECT_EQ(find(At(0x0A000008, 80), 0x1234), kNobody);
+    EXPECT_EQ(find(At(0x0A000009, 80), 0x1236), kNobody);
     op.m_settings.m_strRemoteHost = " ";
-    EXPECT_EQ(FindClientOfDatagram(op, {At(0x0A00000A, 80), 0x1234}), At(0x0A00000A, 10)) << "its own client's";
-    EXPECT_FALSE(FindClientOfDatagram(op, {At(0x0A00000B, 80), 0x1234}));
+    EXPECT_EQ(find(At(0x0A00000A, 80), 0x1234), At(0x0A00000A, 10)) << "its own client's";
+    EXPECT_EQ(find(At(0x0A00000B, 80), 0x1234), kNobody);
 }

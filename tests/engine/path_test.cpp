@@ -135,19 +135,19 @@ TEST_P(Path, StopEndsEverySessionWithItsEvent) {
 
 TEST_P(Path, AThreadOrBlockThatCannotBeHadGivesTheSessionUp) {
     CPortForwardOp& op = StartPath();
-    const Lines noThread = IsUdp() ? Lines{"accepted", "threads"} : Lines{"threads"};
-    const Lines noMemory = {"allocation"};
     // A second thread of the system is needed from the beginning only where one cannot serve both connections.
     const bool bRelayNeedsNothing = !IsUdp() && kOneThreadCarriesBoth;
-    const struct {
+    struct Shortage {
         int32_t nThreadStarts;
         size_t nAllocation;
         Lines events;
-    } cases[] = {{0, 0, noThread},
-                 {1, 0, noThread},
-                 {-1, IsUdp() ? sizeof(UdpTimerParams) : sizeof(TcpRelayParams),
-                  IsUdp() ? Lines{"accepted", "allocation"} : noMemory},
-                 {-1, IsUdp() ? sizeof(UdpRelayParams) : sizeof(TcpSessionRequest), noMemory}};
+    };
+    const Lines noMemory = {"allocation"};
+    std::vector<Shortage> cases = {{0, 0, {"threads"}},
+                                   {1, 0, {"threads"}},
+                                   {-1, sizeof(TcpRelayParams), noMemory},
+                                   {-1, sizeof(TcpSessionRequest), noMemory}};
+    if (IsUdp()) cases = {{0, sizeof(UdpSession), noMemory}};
     for (const auto& test : cases) {
         if (bRelayNeedsNothing && (test.nThreadStarts == 1 || test.nAllocation == sizeof(TcpRelayParams))) continue;
         SCOPED_TRACE(std::to_string(test.nThreadStarts) + ", " + std::to_string(test.nAllocation));
@@ -158,8 +158,7 @@ TEST_P(Path, AThreadOrBlockThatCannotBeHadGivesTheSessionUp) {
         FailNextAllocationOf(0);
         ExpectIdle(op);
     }
-    EXPECT_EQ(op.m_nTotalSessions, IsUdp() ? 3 : 0);
-    for (int n = 0; n < 3 && IsUdp(); ++n) EXPECT_EQ(m_udp.Datagram(), "x") << "it left before the relay was needed";
+    EXPECT_EQ(op.m_nTotalSessions, 0);
     for (int n = 0; n < 2 && !IsUdp() && !bRelayNeedsNothing; ++n) EXPECT_TRUE(m_tcp.Accept().IsClosedByPeer());
     ExpectForwards(op);
     ExpectStopped(op);

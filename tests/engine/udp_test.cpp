@@ -1,21 +1,60 @@
+#include <algorithm>
 #include <chrono>
 
+#include "engine/host_lookup_testing.h"
 #include "tests/engine/engine_fixture.h"
 
 namespace {
 
-constexpr int32_t kTimeoutMs = 2000;
-constexpr int32_t kNotForLong = -1'000'000;  // an idle time that only a datagram sets to 0
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kTimeout(600);
 
 class UdpPath : public EngineTest {
   protected:
-    std::shared_ptr<UdpSession> FirstSession() {
-        const std::scoped_lock lock(m_op.m_csUdpSessions);
-        return m_op.m_UdpSessionHead.pNext;
+    // Sends again and again for longer than two timeouts: the session lives on. (Or this very thread stood still.)
+    template <class Send>
+    void ExpectKeptAlive(Send send) {
+        const auto begin = Clock::now();
+        auto last = begin;
+        Clock::duration longest{0};
+        while (last < begin + 2 * kTimeout) {
+            send();
+            Sleep(20);
+            const auto now = Clock::now();
+            longest = std::max(longest, now - last);
+            last = now;
+        }
+        EXPECT_TRUE(m_op.m_nSessions == 1 || longest > kTimeout / 2);
     }
 
-    CPortForwardOp& m_op = Start(kProtocolUdp, [](auto& settings) { settings.m_nUdpTimeoutMs = kTimeoutMs; });
+    CPortForwardOp& m_op = Start(kProtocolUdp, [](auto& settings) { settings.m_nUdpTimeoutMs = kTimeout.count(); });
     CPeer m_client = ClientOf(m_op);
+};
+
+class UdpLookups : public EngineTest {
+  protected:
+    ~UdpLookups() override { HoldNextLookups(-1); }
+    void StartToward(const std::string& strHost) {
+        m_pOp = &Start(kProtocolUdp, [&](auto& settings) {
+            settings.m_strRemoteHost = strHost;
+            settings.m_nMaxSessions = 2;
+        });
+    }
+    // A client that sends these and waits for its look-up.
+    CPeer WaitingClient(const Lines& datagrams) {
+        CPeer client = ClientOf(*m_pOp);
+        HoldNextLookups(1);
+        double dBytes = m_pOp->m_dBytesFromClient;
+        for (const std::string& strDatagram : datagrams) {
+            client.Send(strDatagram);
+            dBytes += static_cast<double>(strDatagram.size());
+        }
+        EXPECT_TRUE(WaitFor([&] { return m_pOp->m_dBytesFromClient == dBytes; }));
+        return client;
+    }
+
+    CPortForwardOp* m_pOp = nullptr;
 };
 
 }  // namespace
@@ -41,46 +80,71 @@ TEST_F(EngineTest, EachSourcePairIsASessionAndRepliesLeaveFromTheListener) {
 }
 
 TEST_F(UdpPath, SilenceBeyondTheTimeoutEndsASession) {
-    const auto begin = std::chrono::steady_clock::now();
+    const auto begin = Clock::now();
     ExpectPasses(m_client, "x");
     const Endpoint session = m_udp.m_last;
     EXPECT_EQ(Events(2), (Lines{"accepted", "ended"}));
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(kTimeoutMs));
+    EXPECT_GE(Clock::now() - begin, kTimeout);
     ExpectIdle(m_op);
     ExpectPasses(m_client, "again");
     EXPECT_NE(m_udp.m_last, session) << "a new session";
-    EXPECT_EQ(Events(1), Lines{"accepted"});
-    const auto pSession = FirstSession();
-    ASSERT_NE(pSession, nullptr);
-    pSession->nIdleMs = kNotForLong;
-    m_udp.Reply("y");
-    EXPECT_EQ(m_client.Datagram(), "y");
-    EXPECT_GE(pSession->nIdleMs, 0) << "a reply alone keeps it alive";
+    ExpectKeptAlive([&] { m_udp.Reply("a reply alone"); });
+    ExpectKeptAlive([&] { m_client.Send("a datagram alone"); });
 }
 
-TEST_F(UdpPath, WithoutRepliesASessionLivesUntilItsClientIsQuiet) {
+TEST_F(UdpPath, AnEmptyReplyIsTheLastOne) {
+    ExpectPasses(m_client, "x");
+    m_udp.Reply("");
+    m_udp.Reply("unheard");
+    ExpectPasses(m_client, "heard");
+    m_udp.Reply("unheard");
+    ExpectKeptAlive([&] { m_client.Send("y"); });
+    EXPECT_EQ(Events(2), (Lines{"accepted", "ended"}));
+    EXPECT_EQ(m_op.m_dBytesFromServer, 0) << "of replies that were not passed on";
+    ExpectIdle(m_op);
+}
+
+TEST_F(UdpPath, ASessionComesBackWithItsServer) {
+    ExpectEchoed(m_client, "x");
     const uint16_t wPort = m_udp.Port();
-    for (const bool bClosed : {false, true}) {  // the server's port; else an empty reply ends the replies
-        SCOPED_TRACE(bClosed);
-        if (bClosed) {
-            m_udp.m_hSocket.Close();
-            m_client.Send("lost");
-        } else {
-            ExpectPasses(m_client, "x");
-            m_udp.Reply("");
-        }
-        EXPECT_EQ(Events(1), Lines{"accepted"});
-        const auto pSession = FirstSession();
-        ASSERT_NE(pSession, nullptr);
-        EXPECT_TRUE(WaitFor([&] { return pSession->bRelayLeft != 0 || pSession->bClosing != 0; }));
-        if (bClosed && pSession->bClosing != 0) GTEST_SKIP() << "here a waiting receive is not told of a closed port";
-        pSession->nIdleMs = kNotForLong;
-        if (bClosed) m_udp = CPeer::Server(SocketKind::Udp, wPort);
-        ExpectPasses(m_client, "heard");
-        EXPECT_GE(pSession->nIdleMs, 0) << "a datagram of the client keeps it alive";
-        m_udp.Reply("unheard");
-        EXPECT_EQ(Events(1), Lines{"ended"});
-        EXPECT_EQ(m_op.m_dBytesFromServer, 0) << "of replies that were not passed on";
-        ExpectIdle(m_op);
+    for (int n = 0; n < 3; ++n) {
+        m_udp.m_hSocket.Close();
+        m_client.Send("lost");
+        m_client.Send("lost too");
+        EXPECT_TRUE(WaitFor([&] { return m_op.m_dBytesFromClient == 1 + (n + 1) * 12 + n * 4; }));
+        m_udp = CPeer::Server(SocketKind::Udp, wPort);
+        ExpectEchoed(m_client, "back");
     }
+    EXPECT_EQ(Events(), Lines{"accepted"}) << "one session all the time";
+}
+
+TEST_F(UdpLookups, ASlowOneDelaysItsOwnClientOnly) {
+    StartToward("localhost");
+    {
+        CPeer waiting = WaitingClient({"lost", "with the stop"});
+        CPeer other = ClientOf(*m_pOp);
+        ExpectEchoed(other, "past it");
+        ClientOf(*m_pOp).Send("one too many");
+        EXPECT_EQ(Events(2), (Lines{"accepted", "sessions"}));
+        ExpectStopped(*m_pOp);
+        EXPECT_EQ(Events(), Lines{"ended"});
+    }
+    ASSERT_TRUE(m_pOp->Start());
+    CPeer waiting = WaitingClient({"first", "", "third"});
+    EXPECT_EQ(m_pOp->m_nThreads, 1) << "look-ups are in no count";
+    HoldNextLookups(-1);
+    for (const char* pszExpected : {"first", "", "third"}) EXPECT_EQ(m_udp.Datagram(), pszExpected);
+    m_udp.Reply("found");
+    EXPECT_EQ(waiting.Datagram(), "found");
+    EXPECT_EQ(Events(), Lines{"accepted"});
+}
+
+TEST_F(UdpLookups, OneThatFailsIsToldForEachDatagramThatWaited) {
+    StartToward("no-such-host.invalid");
+    WaitingClient({"one", "two"});
+    const CPeer flooding = WaitingClient(Lines(100, "x"));
+    HoldNextLookups(-1);
+    const Lines events = Events(18);
+    EXPECT_EQ(events, Lines(18, "unresolved")) << "of one hundred at once 16 are kept";
+    EXPECT_EQ(m_pOp->m_nTotalSessions, 0);
 }
