@@ -34,7 +34,8 @@ std::shared_ptr<CHostLookup> CHostLookup::Start(std::string_view strHost, std::f
 void CHostLookup::Run(std::unique_ptr<std::shared_ptr<CHostLookup>> ppLookup) {
     CHostLookup& lookup = **ppLookup;
     while (lookup.m_bHeld && g_nToHold >= 0) Sleep(1);
-    lookup.m_result = ResolveHostAddress(lookup.m_strHost, &lookup.m_dwIp) ? LookupResult::Found : LookupResult::Unknown;
+    lookup.m_result =
+        ResolveHostAddress(lookup.m_strHost, &lookup.m_dwIp) ? LookupResult::Found : LookupResult::Unknown;
     lookup.m_done.Tell();
     if (lookup.m_told) lookup.m_told();
 }

@@ -132,10 +132,12 @@ std::shared_ptr<CSocket> EnlistAcceptor(CPortForwardOp& op) {
 }
 
 // Null when there is no need to wait any longer; the operation can go then.
-std::unique_ptr<TcpSessionRequest> AwaitClient(CPortForwardOp& op, CSocket& hListen) {
+std::unique_ptr<TcpSessionRequest> AwaitClient(CPortForwardOp& op, std::shared_ptr<CSocket> hListen) {
     std::unique_ptr<TcpSessionRequest> pRequest;
-    while (!pRequest && op.m_bListenerStop == 0 && AcceptClient(op, hListen, &pRequest) == 0) {
+    while (!pRequest && op.m_bListenerStop == 0 && AcceptClient(op, *hListen, &pRequest) == 0) {
     }
+    // Ahead of the count: behind a stop the port is free.
+    hListen.reset();
     op.RemoveAcceptor();
     return pRequest;
 }
@@ -164,8 +166,8 @@ void TcpSessionThread(std::unique_ptr<TcpSessionRequest> pRequest) {
             RaiseSessionEvent(op, SessionEventSlot::Ended, client);
             op.RemoveSession();
         }
-        const auto hListen = EnlistAcceptor(op);
+        auto hListen = EnlistAcceptor(op);
         bSession ? op.RemoveThread() : op.RemoveSetup();
-        if (hListen) pRequest = AwaitClient(op, *hListen);
+        if (hListen) pRequest = AwaitClient(op, std::move(hListen));
     }
 }
