@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr size_t kPlaces = CDatagramBatch::kPlaces;
 // A cache line more than the largest datagram, so that the beginnings of all of them do not share the few places that the
 // processor's cache has for one address.
 constexpr size_t kStride = 65536 + 64;
@@ -87,7 +86,8 @@ struct CDatagramBatch::State {
 
     uint8_t* BytesAt(size_t nPlace) { return pBytes.get() + nPlace * kStride; }
 
-    const std::unique_ptr<uint8_t[]> pBytes = std::make_unique_for_overwrite<uint8_t[]>(kPlaces * kStride);
+    // Not initialised: a page is touched when a datagram comes to lie in it.
+    const std::unique_ptr<uint8_t[]> pBytes{new uint8_t[kPlaces * kStride]};
     size_t nSinglesLeft = 0;
     // What one call of the system reads and fills
     std::array<mmsghdr, kPlaces> messages = {};
