@@ -5,7 +5,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iostream>
 #include <stdexcept>
+#include <thread>
 
 #include "bench/load.h"
 
@@ -128,4 +130,43 @@ class CDatagramRun {
 
 Figures MeasureDatagrams(const Servers& servers, const Load& load) {
     return CDatagramRun(load).Run(servers);
+}
+
+Figures MeasureOneWay(const Servers& servers, const Load& load) {
+    const CDescriptor hSocket = Connect(SOCK_DGRAM, load.wPort);
+    const std::vector<char> message(load.numbers.at(0), 'D');
+    const auto begin = Clock::now() + load.warmUp;
+    auto now = Clock::now();
+    auto from = now;
+    uint64_t nSent = 0;
+    uint64_t nBefore = 0;
+    for (; now < begin + load.length; now = Clock::now()) {
+        if (now < begin) nBefore = servers.nDatagrams;
+        if (now < begin) from = now;
+        for (int n = 0; n < kReadyAtOnce; ++n, ++nSent) {
+            const bool bSent = send(hSocket.Get(), message.data(), message.size(), 0) >= 0;
+            Require(bSent || errno == ECONNREFUSED, "sending a datagram");
+        }
+    }
+    const uint64_t nDone = servers.nDatagrams - nBefore;
+    const double dSeconds = std::chrono::duration<double>(now - from).count();
+    // What is on its way arrives, so that the forwarder's time is that of all that did.
+    for (uint64_t nSeen = ~uint64_t{0}; nSeen != servers.nDatagrams; std::this_thread::sleep_for(kLostAfter)) {
+        nSeen = servers.nDatagrams;
+    }
+    CheckSum(servers.nDatagrams <= nSent, nSent, "datagrams were sent", servers.nDatagrams);
+    return {{"done", nDone}, {"seconds", dSeconds}, {"total", servers.nDatagrams.load()}};
+}
+
+Figures HoldDatagramSessions(const Servers& /*servers*/, const Load& load) {
+    std::vector<CDescriptor> sessions;
+    for (size_t nCount = 0; std::cin >> nCount; PrintFigures({})) {
+        while (sessions.size() < nCount) {
+            sessions.push_back(Connect(SOCK_DGRAM, load.wPort));
+            SendAll(sessions.back().Get(), &kByte, 1);
+            char chEcho = 0;
+            ReceiveAll(sessions.back().Get(), &chEcho, 1);
+        }
+    }
+    return {};
 }

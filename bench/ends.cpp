@@ -29,7 +29,10 @@ void SetOption(int nSocket, int nLevel, int nName, T value) {
 }
 
 void SetUp(int nSocket, int nType) {
-    if (nType == SOCK_DGRAM) return SetOption(nSocket, SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
+    if (nType == SOCK_DGRAM) {
+        SetOption(nSocket, SOL_SOCKET, SO_RCVBUF, kDatagramBufferBytes);
+        return SetOption(nSocket, SOL_SOCKET, SO_RCVBUFFORCE, kDatagramBufferBytes);
+    }
     SetOption(nSocket, IPPROTO_TCP, TCP_NODELAY, 1);
     SetOption(nSocket, SOL_SOCKET, SO_RCVTIMEO, timeval{kStall.count(), 0});
     SetOption(nSocket, SOL_SOCKET, SO_SNDTIMEO, timeval{kStall.count(), 0});
@@ -57,24 +60,26 @@ CDescriptor Serve(int nType, uint16_t* pwPort) {
 }
 
 // False at the connection's end.
-bool ServeStream(Servers& servers, int nConnection, bool bEcho, std::vector<char>& buffer) try {
+bool ServeStream(Servers& servers, int nConnection, Answer answer, std::vector<char>& buffer) try {
     const ssize_t nBytes = recv(nConnection, buffer.data(), buffer.size(), 0);
     if (nBytes <= 0) return false;
     servers.nStreamBytes.fetch_add(static_cast<uint64_t>(nBytes), std::memory_order_relaxed);
-    if (bEcho) SendAll(nConnection, buffer.data(), static_cast<size_t>(nBytes));
+    const bool bEnd = answer == Answer::Ends && buffer[static_cast<size_t>(nBytes) - 1] == kByte;
+    if (answer == Answer::Echo) SendAll(nConnection, buffer.data(), static_cast<size_t>(nBytes));
+    if (bEnd) SendAll(nConnection, &kByte, 1);
     return true;
 } catch (const std::exception&) {
     return false;  // the client's end tells of it
 }
 
 // Owns the connections that are registered with the poller.
-void RunWorker(Servers& servers, int nPoller, bool bEcho) {
+void RunWorker(Servers& servers, int nPoller, Answer answer) {
     std::vector<char> buffer(kBufferBytes);
     for (std::array<epoll_event, kReadyAtOnce> events = {};;) {
         const int nReady = epoll_wait(nPoller, events.data(), kReadyAtOnce, -1);
         for (int n = 0; n < nReady; ++n) {
             const int nConnection = events[static_cast<size_t>(n)].data.fd;
-            if (ServeStream(servers, nConnection, bEcho, buffer)) continue;
+            if (ServeStream(servers, nConnection, answer, buffer)) continue;
             close(nConnection);
             ++servers.nStreamEnds;
         }
@@ -101,6 +106,18 @@ void EchoDatagrams(Servers& servers, const CDescriptor& hServer) {
         if (nBytes <= 0) continue;
         ++servers.nDatagrams;
         sendto(hServer.Get(), buffer.data(), static_cast<size_t>(nBytes), 0, pSender, nSize);
+    }
+}
+
+// Many with one call, so that the server is not what is measured.
+void DropDatagrams(Servers& servers, const CDescriptor& hServer) {
+    std::vector<char> buffer(kBufferBytes);
+    iovec part = {buffer.data(), buffer.size()};
+    std::array<mmsghdr, kReadyAtOnce> messages = {};
+    for (mmsghdr& message : messages) message.msg_hdr = {nullptr, 0, &part, 1, nullptr, 0, 0};
+    for (;;) {
+        const int nMessages = recvmmsg(hServer.Get(), messages.data(), kReadyAtOnce, MSG_WAITFORONE, nullptr);
+        if (nMessages > 0) servers.nDatagrams += static_cast<uint64_t>(nMessages);
     }
 }
 
@@ -133,17 +150,18 @@ void ReceiveAll(int nSocket, void* pBuffer, size_t nSize) {
     Require(nBytes == static_cast<ssize_t>(nSize), "receiving");
 }
 
-Servers& StartServers(bool bEcho) {
+Servers& StartServers(Answer answer) {
     static Servers servers;
     static const CDescriptor hListener = Serve(SOCK_STREAM, &servers.wTcpPort);
     static const CDescriptor hDatagrams = Serve(SOCK_DGRAM, &servers.wUdpPort);
     static std::vector<int> pollers;
     for (unsigned n = std::max(std::thread::hardware_concurrency(), 1U); n > 0; --n) {
         pollers.push_back(epoll_create1(EPOLL_CLOEXEC));
-        std::thread(RunWorker, std::ref(servers), pollers.back(), bEcho).detach();
+        std::thread(RunWorker, std::ref(servers), pollers.back(), answer).detach();
     }
     std::thread([] { AcceptAll(hListener, pollers); }).detach();
-    std::thread([] { EchoDatagrams(servers, hDatagrams); }).detach();
+    std::thread(answer == Answer::Nothing ? DropDatagrams : EchoDatagrams, std::ref(servers), std::cref(hDatagrams))
+        .detach();
     return servers;
 }
 

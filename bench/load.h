@@ -48,9 +48,15 @@ struct Servers {
     std::atomic<uint64_t> nStreamEnds = 0;   // connections read to their ends
     std::atomic<uint64_t> nDatagrams = 0;    // that arrived
 };
-/// bEcho: the TCP server gives everything back; else it drops everything. One thread accepts, and gives the connections
-/// in turn to one worker for each processor.
-Servers& StartServers(bool bEcho);
+/// What the servers do with what arrives.
+enum class Answer {
+    Nothing,  // drop it
+    Echo,     // give everything back
+    Ends,     // TCP: give back the last byte of what ends with kByte
+};
+constexpr char kByte = 'E';
+/// One thread accepts, and gives the connections in turn to one worker for each processor.
+Servers& StartServers(Answer answer);
 /// Throws what the clients counted and what arrived unless they fit each other.
 void CheckSum(bool bFits, uint64_t nCount, const char* pszWhat, uint64_t nArrived);
 
@@ -82,6 +88,14 @@ Figures MeasureRoundTrip(const Servers& servers, const Load& load);
 /// echo has not come within a quarter of a second is counted as lost, and another takes its place. An echo that comes
 /// later is ignored: sent = echoed + lost.
 Figures MeasureDatagrams(const Servers& servers, const Load& load);
+/// One client that sends BYTES twice and then waits for one byte, which the server sends behind the second ones.
+Figures MeasureTwoWrites(const Servers& servers, const Load& load);
+/// CONNECTIONS that one client opens without a pause, then has one byte echoed on each, and closes; again and again.
+Figures MeasureConnectBursts(const Servers& servers, const Load& load);
+/// One client that sends datagrams of BYTES as fast as it can to a server that drops them: counted where they arrive.
+Figures MeasureOneWay(const Servers& servers, const Load& load);
+/// Clients that each had a datagram echoed and are silent: each line of the standard input says how many in all.
+Figures HoldDatagramSessions(const Servers& servers, const Load& load);
 /// Connections that are kept open: each line of the standard input says how many in all, and is answered. Each has had
 /// 64 bytes echoed, so that the forwarder has it standing on both sides.
 Figures HoldSessions(const Servers& servers, const Load& load);

@@ -11,18 +11,25 @@
 namespace {
 
 void Run(const std::vector<std::string>& words) {
-    static const std::map<std::string, Figures (*)(const Servers&, const Load&)> kKinds = {
-        {"throughput", MeasureThroughput},
-        {"connections", MeasureConnections},
-        {"round-trip", MeasureRoundTrip},
-        {"datagrams", MeasureDatagrams},
-        {"sessions", HoldSessions}};
-    const auto pfnMeasure = kKinds.at(words.at(0));
+    struct Kind {
+        Figures (*pfnMeasure)(const Servers&, const Load&);
+        Answer answer;
+    };
+    static const std::map<std::string, Kind> kKinds = {{"throughput", {MeasureThroughput, Answer::Nothing}},
+                                                       {"connections", {MeasureConnections, Answer::Echo}},
+                                                       {"connect-bursts", {MeasureConnectBursts, Answer::Echo}},
+                                                       {"round-trip", {MeasureRoundTrip, Answer::Echo}},
+                                                       {"two-writes", {MeasureTwoWrites, Answer::Ends}},
+                                                       {"datagrams", {MeasureDatagrams, Answer::Echo}},
+                                                       {"one-way", {MeasureOneWay, Answer::Nothing}},
+                                                       {"datagram-sessions", {HoldDatagramSessions, Answer::Echo}},
+                                                       {"sessions", {HoldSessions, Answer::Echo}}};
+    const auto& [pfnMeasure, answer] = kKinds.at(words.at(0));
     Load load;
     load.warmUp = std::chrono::milliseconds(std::stoul(words.at(1)));
     load.length = std::chrono::milliseconds(std::stoul(words.at(2)));
     for (size_t n = 3; n < words.size(); ++n) load.numbers.push_back(static_cast<uint32_t>(std::stoul(words[n])));
-    const Servers& servers = StartServers(words[0] != "throughput");
+    const Servers& servers = StartServers(answer);
     PrintFigures({{"tcp", servers.wTcpPort}, {"udp", servers.wUdpPort}});
     std::cin >> load.wPort;
     PrintFigures(pfnMeasure(servers, load));

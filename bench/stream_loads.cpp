@@ -16,7 +16,7 @@ using Count = std::atomic<uint64_t>;
 
 constexpr size_t kWriteBytes = size_t{128} << 10;
 constexpr size_t kSessionBytes = 64;
-constexpr char kByte = 'E';
+constexpr uint32_t kSources = 100;  // addresses that bursts come from in turn
 
 // Runs the clients, each on a thread of its own, while the window passes; work(client's number, stop) returns soon
 // after the stop. What a client throws is thrown. The figures are how much the sum grew in the window, and the window's
@@ -62,6 +62,11 @@ void Exchange(const CDescriptor& hSocket, size_t nBytes) {
 double PercentileUs(const std::vector<Clock::duration>& times, double dShare) {
     const auto nIndex = static_cast<size_t>(dShare * static_cast<double>(times.size() - 1));
     return std::chrono::duration<double, std::micro>(times[nIndex]).count();
+}
+
+Figures Percentiles(std::vector<Clock::duration> times) {
+    std::sort(times.begin(), times.end());
+    return {{"p50_us", PercentileUs(times, 0.50)}, {"p99_us", PercentileUs(times, 0.99)}};
 }
 
 }  // namespace
@@ -116,8 +121,44 @@ Figures MeasureRoundTrip(const Servers& servers, const Load& load) {
         sent = now;
     }
     CheckSum(servers.nStreamBytes == nTotal * nBytes, nTotal, "messages came back", servers.nStreamBytes);
-    std::sort(times.begin(), times.end());
-    return {{"p50_us", PercentileUs(times, 0.50)}, {"p99_us", PercentileUs(times, 0.99)}};
+    return Percentiles(std::move(times));
+}
+
+Figures MeasureTwoWrites(const Servers& servers, const Load& load) {
+    const CDescriptor hSocket = Connect(SOCK_STREAM, load.wPort);
+    const std::vector<char> first(load.numbers.at(0), ' ');
+    const std::vector<char> second(first.size(), kByte);
+    std::vector<Clock::duration> times;  // of the messages that began in the window
+    uint64_t nTotal = 0;
+    const auto begin = Clock::now() + load.warmUp;
+    for (auto sent = Clock::now(); sent < begin + load.length || times.empty(); ++nTotal) {
+        SendAll(hSocket.Get(), first.data(), first.size());
+        SendAll(hSocket.Get(), second.data(), second.size());
+        char chAnswer = 0;
+        ReceiveAll(hSocket.Get(), &chAnswer, 1);
+        const auto now = Clock::now();
+        if (sent >= begin) times.push_back(now - sent);
+        sent = now;
+    }
+    CheckSum(servers.nStreamBytes == nTotal * 2 * first.size(), nTotal, "were answered", servers.nStreamBytes);
+    return Percentiles(std::move(times));
+}
+
+Figures MeasureConnectBursts(const Servers& /*servers*/, const Load& load) {
+    Clock::duration slowest{0};
+    const auto begin = Clock::now();
+    uint32_t nBurst = 0;
+    do {
+        std::vector<CDescriptor> connections;
+        for (uint32_t n = 0; n < load.numbers.at(0); ++n) {
+            const auto before = Clock::now();
+            connections.push_back(Connect(SOCK_STREAM, load.wPort, nBurst % kSources));
+            slowest = std::max(slowest, Clock::now() - before);
+        }
+        for (const CDescriptor& hConnection : connections) Exchange(hConnection, 1);
+        ++nBurst;
+    } while (Clock::now() < begin + load.warmUp + load.length);
+    return {{"slowest_us", std::chrono::duration<double, std::micro>(slowest).count()}, {"bursts", nBurst}};
 }
 
 Figures HoldSessions(const Servers& /*servers*/, const Load& load) {

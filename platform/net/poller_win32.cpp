@@ -7,8 +7,25 @@
 #include "platform/net/socket_system.h"
 #include "platform/system/windows_api.h"
 
+namespace {
+
+// Wine no longer tells a call in progress of a socket that has met an error; a call that begins sees what it holds.
+constexpr uint32_t kLookMs = 100;
+// The poller's own socket, and a first one that has no peer and thereby no error.
+constexpr size_t kWithoutSessions = 2;
+
+}  // namespace
+
 // The first place of both lists is the poller's own: a datagram socket that is connected to itself, for the wakes.
 struct CPoller::State {
+    // Whether a socket is ready, or becomes so in this time or a part of it; below zero: for ever.
+    bool Look(int32_t nMilliseconds) {
+        const bool bSessions = polled.size() > kWithoutSessions;
+        const auto dwMost = static_cast<uint32_t>(nMilliseconds);  // below zero: the longest
+        const auto nSlice = static_cast<int>(bSessions ? std::min(dwMost, kLookMs) : dwMost);
+        return WSAPoll(polled.data(), static_cast<ULONG>(polled.size()), nSlice) > 0;
+    }
+
     CSocket hWake;
     std::vector<WSAPOLLFD> polled;
     std::vector<void*> owners;
@@ -54,7 +71,12 @@ void CPoller::Remove(const CSocket& hSocket) {
 
 size_t CPoller::Wait(int32_t nMilliseconds, std::span<Ready> ready) {
     auto& polled = m_pState->polled;
-    if (WSAPoll(polled.data(), static_cast<ULONG>(polled.size()), nMilliseconds) <= 0) return 0;
+    for (uint64_t nEnd = GetTickCount64() + static_cast<uint64_t>(std::max(nMilliseconds, 0));
+         !m_pState->Look(nMilliseconds);) {
+        const uint64_t nNow = GetTickCount64();
+        if (nMilliseconds >= 0 && nNow >= nEnd) return 0;
+        if (nMilliseconds >= 0) nMilliseconds = static_cast<int32_t>(nEnd - nNow);
+    }
     if (polled[0].revents != 0) {
         char wake[16];
         static_cast<void>(m_pState->hWake.Recv(wake, sizeof wake));

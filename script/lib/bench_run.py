@@ -12,6 +12,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 import bench_peers
 import bench_process
@@ -20,6 +21,7 @@ import bench_table
 import sample_servers
 
 ANSWER_SECONDS = 120
+SETTLE_SECONDS = 0.5
 WARM_UP_SHARE, LONGEST_WARM_UP = 0.25, 500  # of the measured time; milliseconds
 MEASUREMENTS = {measurement.name: measurement for measurement in bench_rows.MEASUREMENTS}
 PEERS = {peer.name: peer for peer in bench_peers.PEERS}
@@ -57,7 +59,7 @@ class LoadTool:
         return figures
 
 
-def measure_forwarder(peer, measurement, tool, target, sample):
+def measure_forwarder(peer, measurement, tool, target, seconds, sample):
     with tempfile.TemporaryDirectory() as folder:
         folder, port = pathlib.Path(folder), sample_servers.free_port(measurement.protocol)
         process = bench_process.Process(peer.command(folder, measurement.protocol, port, target), folder)
@@ -71,6 +73,14 @@ def measure_forwarder(peer, measurement, tool, target, sample):
                     tool.tell(sessions)
                     tool.answer()
                     sample[f"memory_{sessions}"] = process.settled_memory()
+                return
+            if measurement.kind == "datagram-sessions":
+                tool.tell(bench_rows.IDLE_SESSIONS)
+                tool.answer()
+                time.sleep(SETTLE_SECONDS)
+                before, begin = process.cpu_seconds(), time.monotonic()
+                time.sleep(seconds)
+                sample["idle_cpu"] = (process.cpu_seconds() - before) / (time.monotonic() - begin)
                 return
             sample.update(tool.answer())
             if measurement.protocol == "tcp":
@@ -91,8 +101,8 @@ def measure(peer, measurement, seconds):
         with LoadTool(measurement, seconds) as tool:
             target = int(tool.answer()[measurement.protocol])
             if peer.name != "direct":
-                measure_forwarder(peer, measurement, tool, target, sample)
-            elif measurement.kind != "sessions":
+                measure_forwarder(peer, measurement, tool, target, seconds, sample)
+            elif not measurement.kind.endswith("sessions"):
                 tool.tell(target)
                 sample.update(tool.answer())
     except (RuntimeError, OSError) as error:
