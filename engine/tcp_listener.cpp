@@ -32,10 +32,11 @@ std::unique_ptr<TcpSessionRequest> MakeRequest(CPortForwardOp& op, CSocket* phCl
 
 // Gives the client a thread of its own.
 void StartSetup(CPortForwardOp& op, std::unique_ptr<TcpSessionRequest> pRequest) {
+    TcpSession& session = pRequest->session;
     if (AfxBeginThread(TcpSessionThread, std::move(pRequest))) return;
     // The block has stayed here.
-    op.UnlistSession(pRequest->session);
-    RaiseSessionEvent(op, SessionEventSlot::TooManyThreads, pRequest->session.addrClient);
+    op.UnlistSession(session);
+    RaiseSessionEvent(op, SessionEventSlot::TooManyThreads, session.addrClient);
     op.RemoveSetup();
 }
 

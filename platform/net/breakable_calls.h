@@ -13,6 +13,7 @@
 class CBreakableCalls {
   public:
     CBreakableCalls() = default;
+    ~CBreakableCalls() = default;
     CBreakableCalls(const CBreakableCalls&) = delete;
     CBreakableCalls& operator=(const CBreakableCalls&) = delete;
 

@@ -101,7 +101,8 @@ class CSocket {
     friend class CBreakableCalls;
     friend class CDatagramBatch;
     friend class CPoller;
-    friend struct CarryResult CarryQuietly(CSocket&, CSocket&, std::span<uint8_t>, class IByteCounter&);
+    friend struct CarryResult CarryQuietly(CSocket& hClient, CSocket& hServer, std::span<uint8_t> buffer,
+                                           class IByteCounter& counter);
 
     static constexpr intptr_t kNone = -1;
     intptr_t m_hSocket = kNone;
