@@ -20,7 +20,8 @@ void Keep(WaitingClient* pClient, const Datagram& datagram) {
 }  // namespace
 
 bool CWaitingClients::Append(const Datagram& datagram) try {
-    const auto found = std::ranges::find(m_clients, datagram.peer, &WaitingClient::client);
+    const auto found = std::find_if(m_clients.begin(), m_clients.end(),
+                                    [&](const WaitingClient& waiting) { return waiting.client == datagram.peer; });
     if (found == m_clients.end()) return false;
     Keep(&*found, datagram);
     return true;
@@ -42,8 +43,9 @@ Rejection CWaitingClients::Add(const Datagram& datagram, const std::string& strH
 }
 
 std::optional<WaitingClient> CWaitingClients::TakeFinished() {
-    const auto found = std::ranges::find_if(
-        m_clients, [](const WaitingClient& waiting) { return waiting.pLookup->Result() != LookupResult::Pending; });
+    const auto found = std::find_if(m_clients.begin(), m_clients.end(), [](const WaitingClient& waiting) {
+        return waiting.pLookup->Result() != LookupResult::Pending;
+    });
     if (found == m_clients.end()) return {};
     std::optional<WaitingClient> taken = std::move(*found);
     m_clients.erase(found);

@@ -76,6 +76,12 @@ bool IsRunRefusal(int nError) {
     return nError == EINVAL || nError == EIO || nError == EMSGSIZE || nError == EOPNOTSUPP;
 }
 
+// Not set to anything: pages that no datagram fills cost nothing.
+struct Bytes {
+    Bytes() {}  // NOLINT(cppcoreguidelines-pro-type-member-init,modernize-use-equals-default)
+    uint8_t bytes[kPlaces * kStride];
+};
+
 }  // namespace
 
 struct CDatagramBatch::State {
@@ -85,9 +91,9 @@ struct CDatagramBatch::State {
     void SendAll(CSocket& hSocket, std::span<Datagram* const> datagrams, bool bConnected);
     void SendSingly(CSocket& hSocket, std::span<Datagram* const> datagrams, bool bConnected);
 
-    uint8_t* BytesAt(size_t nPlace) { return pBytes.get() + nPlace * kStride; }
+    uint8_t* BytesAt(size_t nPlace) { return pBytes->bytes + nPlace * kStride; }
 
-    const std::unique_ptr<uint8_t[]> pBytes = std::make_unique_for_overwrite<uint8_t[]>(kPlaces * kStride);
+    const std::unique_ptr<Bytes> pBytes = std::make_unique<Bytes>();
     size_t nSinglesLeft = 0;
     // What one call of the system reads and fills
     std::array<mmsghdr, kPlaces> messages = {};

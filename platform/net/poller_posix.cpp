@@ -16,6 +16,9 @@ constexpr int kMostAtOnce = 64;
 }  // namespace
 
 struct CPoller::State {
+    State() = default;
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
     ~State() {
         if (hPoll >= 0) close(hPoll);
         if (hWake >= 0) close(hWake);
