@@ -141,8 +141,10 @@ Figures MeasureOneWay(const Servers& servers, const Load& load) {
     uint64_t nSent = 0;
     uint64_t nBefore = 0;
     for (; now < begin + load.length; now = Clock::now()) {
-        if (now < begin) nBefore = servers.nDatagrams;
-        if (now < begin) from = now;
+        if (now < begin) {
+            nBefore = servers.nDatagrams;
+            from = now;
+        }
         for (int n = 0; n < kReadyAtOnce; ++n, ++nSent) {
             const bool bSent = send(hSocket.Get(), message.data(), message.size(), 0) >= 0;
             Require(bSent || errno == ECONNREFUSED, "sending a datagram");

@@ -106,7 +106,7 @@ void CUdpService::TakeFromNewClient(Datagram* pDatagram, size_t nIndex) {
 
 // Those of one session together: the order between clients is of no importance.
 void CUdpService::SendToSessions(std::span<Datagram> datagrams) {
-    std::array<Datagram*, kPlaces> run = {};
+    std::array<Datagram*, kPlaces> run{};
     for (size_t nFirst = 0; nFirst < datagrams.size(); ++nFirst) {
         UdpSession* const pSession = m_sessions[nFirst];
         if (pSession == nullptr) continue;

@@ -47,7 +47,7 @@ bool CUdpService::TakeReply(UdpSession* pSession, Datagram* pDatagram) {
 }
 
 void CUdpService::SendReplies() {
-    std::array<Datagram*, kPlaces> replies = {};
+    std::array<Datagram*, kPlaces> replies{};
     const auto datagrams = m_batch.Received();
     for (size_t n = 0; n < m_nReplies; ++n) replies[n] = &datagrams[m_replies[n]];
     if (m_nReplies > 0) m_batch.SendTo(*m_hListen, std::span(replies).first(m_nReplies));

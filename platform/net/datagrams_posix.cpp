@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr size_t kPlaces = CDatagramBatch::kPlaces;
 // A cache line more than the largest datagram, so that the beginnings of all of them do not share the few places that the
 // processor's cache has for one address.
 constexpr size_t kStride = 65536 + 64;
@@ -75,6 +76,13 @@ bool IsRunRefusal(int nError) {
     return nError == EINVAL || nError == EIO || nError == EMSGSIZE || nError == EOPNOTSUPP;
 }
 
+// Not set to anything: pages that no datagram fills cost nothing.
+struct Bytes {
+    // cppcheck-suppress uninitMemberVar
+    Bytes() {}  // NOLINT(cppcoreguidelines-pro-type-member-init,modernize-use-equals-default)
+    uint8_t bytes[kPlaces * kStride];
+};
+
 }  // namespace
 
 struct CDatagramBatch::State {
@@ -84,10 +92,9 @@ struct CDatagramBatch::State {
     void SendAll(CSocket& hSocket, std::span<Datagram* const> datagrams, bool bConnected);
     void SendSingly(CSocket& hSocket, std::span<Datagram* const> datagrams, bool bConnected);
 
-    uint8_t* BytesAt(size_t nPlace) { return pBytes.get() + nPlace * kStride; }
+    uint8_t* BytesAt(size_t nPlace) { return pBytes->bytes + nPlace * kStride; }
 
-    // Not initialised: a page is touched when a datagram comes to lie in it.
-    const std::unique_ptr<uint8_t[]> pBytes{new uint8_t[kPlaces * kStride]};
+    const std::unique_ptr<Bytes> pBytes = std::make_unique<Bytes>();
     size_t nSinglesLeft = 0;
     // What one call of the system reads and fills
     std::array<mmsghdr, kPlaces> messages = {};
