@@ -35,7 +35,8 @@ import zelkor_process  # noqa: E402
 LOAD, OPERATORS = {"client": range(3), "server": range(2)}, 2
 ENGINE, PROGRAM = range(8), range(8, 10)  # the operations of either
 HOST_THREADS = 3 + OPERATORS  # of the engine's process at rest: main, log timer, one for each channel
-PROGRAM_THREADS = 2 + len(PROGRAM)  # main, log writer, listeners
+# Main, log writer, and of each operation the listener and, with TCP, up to four idle threads that wait for the next client.
+PROGRAM_THREADS = 2 + 5 * len(PROGRAM)
 PATIENCE, LONGEST_STOP = 120, 600  # seconds
 HIGH_LIMIT, LOW_LIMIT = 1000, 3
 PROTOCOLS = {"tcp": settings_file.TCP, "udp": settings_file.UDP}

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <thread>
 
+#include "engine/host_lookup_testing.h"
 #include "platform/net/carry.h"
 #include "tests/engine/engine_fixture.h"
 
@@ -103,6 +104,17 @@ TEST_F(EngineTest, StopInterruptsAConnectAndWaitsForNoOtherOperation) {
     expected.emplace_back("no connection");
     EXPECT_EQ(lines, expected);
     for (CPeer& client : clients) EXPECT_TRUE(client.IsClosedByPeer());
+}
+
+TEST_F(EngineTest, StopWaitsForNoResolver) {
+    CPortForwardOp& op = Start(kProtocolTcp, [](auto& settings) { settings.m_strRemoteHost = "localhost"; });
+    HoldNextLookups(1);
+    CPeer client = ClientOf(op);
+    EXPECT_TRUE(WaitFor([&] { return m_counters.nPendingSetups == 1; }));
+    ExpectStopped(op);
+    EXPECT_EQ(Events(), Lines{"unresolved"});
+    EXPECT_TRUE(client.IsClosedByPeer());
+    HoldNextLookups(-1);
 }
 
 // Each side in turn sends much and closes while the other one goes on sending: every byte arrives, then an orderly end.
