@@ -6,8 +6,8 @@
 
 class CPortForwardOp;
 
-/// Where the connection of this client goes. A name is looked up anew each time: blocks, but not beyond a stop. False when the
-/// name is unknown.
+/// Where the connection of this client goes. A name is looked up anew each time: blocks, but not beyond a stop. False when
+/// the name is unknown.
 bool FindTarget(const CPortForwardOp& op, const Endpoint& client, Endpoint* pTarget);
 
 /// The limits that every session has to pass, those of the operation first. nPendingSetups is the program's count of

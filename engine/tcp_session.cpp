@@ -36,12 +36,9 @@ Rejection ConnectServer(CPortForwardOp& op, TcpSession& session) {
     {
         const std::scoped_lock lock(op.m_csTcpSockets);
         session.hServer = std::move(hServer);
-        session.bConnecting = 1;
     }
     // A stop that began before is seen here; one that begins now finds the socket and interrupts the connect.
-    const bool bConnected = op.m_bListenerStop == 0 && session.hServer.Connect(target) == 0;
-    session.bConnecting = 0;
-    if (!bConnected) return SessionEventSlot::NoConnection;
+    if (op.m_bListenerStop != 0 || session.hServer.Connect(target) != 0) return SessionEventSlot::NoConnection;
     return {};
 }
 
@@ -144,10 +141,10 @@ std::unique_ptr<TcpSessionRequest> AwaitClient(CPortForwardOp& op, std::shared_p
 
 }  // namespace
 
-bool TcpSession::Interrupt() {
+void TcpSession::Interrupt() {
     bInterrupted = 1;
-    const bool bFinal = hServer.Interrupt() && bConnecting == 0;
-    return hClient.Interrupt() && bFinal;
+    hServer.Interrupt();
+    hClient.Interrupt();
 }
 
 void TcpSessionThread(std::unique_ptr<TcpSessionRequest> pRequest) {

@@ -27,15 +27,15 @@ struct TcpSession {
     Endpoint addrClient;
     TcpSocketNode node;
     std::atomic<uint8_t> bInterrupted = 0;  // it is to go at once, without regard to bytes
-    std::atomic<uint8_t> bConnecting = 0;   // hServer is in connect, where the system can miss an interrupt
-    std::atomic<uint8_t> bEnded = 0;  // taken once, by the relay whose connection has ended or failed, and with it the
-    std::atomic<uint8_t> bServerEnded = 0;  // session; which of the two it was
+    std::atomic<uint8_t> bEnded = 0;        // set once, by the first relay whose connection has ended or failed
+    std::atomic<uint8_t> bServerEnded = 0;  // behind it: whether that was the server's
     CBreakableCalls relayFromClient;
     CBreakableCalls relayFromServer;
     std::atomic<uint8_t> bRelayGone = 0;  // a relay with a thread of its own: its last touch of the session
 
-    /// Makes both connections fail. By the owner or under m_csTcpSockets. False if the system can have missed a call.
-    bool Interrupt();
+    /// Makes both connections fail. By the owner or under m_csTcpSockets. The system can miss a call: repeated until the
+    /// session has gone.
+    void Interrupt();
 };
 
 /// What a thread that accepted a client goes on with.
