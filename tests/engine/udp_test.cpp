@@ -113,7 +113,12 @@ TEST_F(UdpPath, ASessionComesBackWithItsServer) {
         m_client.Send("lost too");
         EXPECT_TRUE(WaitFor([&] { return m_op.m_dBytesFromClient == 1 + (n + 1) * 12 + n * 4; }));
         m_udp = CPeer::Server(SocketKind::Udp, wPort);
-        ExpectEchoed(m_client, "back");
+        m_client.Send("back");
+        // Bytes count ahead of their send: a datagram that was to be lost can still find the new server.
+        while (m_udp.Datagram() != "back") {
+        }
+        m_udp.Reply("back!");
+        EXPECT_EQ(m_client.Datagram(), "back!");
     }
     EXPECT_EQ(Events(), Lines{"accepted"}) << "one session all the time";
 }
